@@ -1,0 +1,49 @@
+# Entry points for users and CI. CMake does the real work; each target keeps
+# its own build directory so that the three builds never mix.
+JOBS        ?= $(shell nproc 2>/dev/null || echo 2)
+BUILD       ?= build
+BUILD_ASAN  ?= build-asan
+BUILD_ARM   ?= build-arm
+ARM_SYSROOT ?= $(CURDIR)/.deps/armhf
+CMAKE_FLAGS ?=
+
+.PHONY: all test test-asan test-arm bench demo clean arm-deps
+
+all:
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release $(CMAKE_FLAGS)
+	cmake --build $(BUILD) -j $(JOBS)
+
+test: all
+	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
+
+test-asan:
+	cmake -S . -B $(BUILD_ASAN) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPPPLIB_SANITIZE=ON $(CMAKE_FLAGS)
+	cmake --build $(BUILD_ASAN) -j $(JOBS)
+	ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+	  ctest --test-dir $(BUILD_ASAN) --output-on-failure -j $(JOBS)
+
+# zlib for the target comes from Debian's armhf packages, unpacked into a
+# private sysroot (no multiarch installation on the build machine needed).
+arm-deps:
+	@if [ ! -f $(ARM_SYSROOT)/usr/include/zlib.h ]; then \
+	  mkdir -p $(ARM_SYSROOT)/debs && cd $(ARM_SYSROOT)/debs && \
+	  apt-get download zlib1g:armhf zlib1g-dev:armhf && \
+	  for f in *.deb; do dpkg -x $$f $(ARM_SYSROOT); done; \
+	fi || echo "armhf zlib unavailable: the ARM build reads uncompressed files only"
+
+test-arm: arm-deps
+	cmake -S . -B $(BUILD_ARM) -DCMAKE_BUILD_TYPE=Release \
+	  -DCMAKE_TOOLCHAIN_FILE=$(CURDIR)/cmake/arm-linux-gnueabihf.cmake -DPPP_ARM_SYSROOT=$(ARM_SYSROOT) $(CMAKE_FLAGS)
+	cmake --build $(BUILD_ARM) -j $(JOBS)
+	ctest --test-dir $(BUILD_ARM) --output-on-failure -j $(JOBS)
+
+bench:
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release -DPPPLIB_BENCH=ON $(CMAKE_FLAGS)
+	cmake --build $(BUILD) -j $(JOBS)
+	@for b in $(BUILD)/bench/*; do [ -x "$$b" ] && echo "== $$b" && "$$b"; done
+
+demo: all
+	@if [ -x tools/demo.sh ]; then tools/demo.sh $(BUILD); else echo "the demo program is not built yet"; fi
+
+clean:
+	rm -rf $(BUILD) $(BUILD_ASAN) $(BUILD_ARM)
