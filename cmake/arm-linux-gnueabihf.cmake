@@ -8,8 +8,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
-# Link statically so that qemu-arm needs no target sysroot at run time.
-set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm)
+# The cross toolchain's own libraries serve as the run-time sysroot of qemu-arm.
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L /usr/arm-linux-gnueabihf)
 set(ZLIB_USE_STATIC_LIBS ON)
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES PPP_ARM_SYSROOT)
