@@ -1,0 +1,46 @@
+// Line-by-line reading of a text file, plain or gzip-compressed (detected
+// from the content, not the name), with the line number kept for messages.
+#ifndef PPPIO_LINEREADER_H
+#define PPPIO_LINEREADER_H
+
+#include <string>
+
+#include "io/ReadError.h"
+
+namespace pppio {
+
+class LineReader {
+public:
+    // Throws ReadError (line 0) when the file cannot be opened.
+    explicit LineReader(const std::string& path);
+    ~LineReader();
+    LineReader(const LineReader&) = delete;
+    LineReader& operator=(const LineReader&) = delete;
+
+    // Reads the next line without its line end ("\n" or "\r\n"); false at
+    // the end of the file. A read error of the decompressor throws.
+    bool next();
+    const std::string& line() const { return m_line; }
+    long lineNumber() const { return m_lineNumber; }
+    const std::string& path() const { return m_path; }
+
+    // Throws ReadError for the current line with the given explanation.
+    [[noreturn]] void fail(const std::string& message) const;
+
+private:
+    bool fillBuffer();
+
+    std::string m_path;
+    void* m_handle;        // gzFile, or FILE* when built without zlib
+    std::string m_line;
+    long m_lineNumber;
+    char* m_buffer;
+    size_t m_bufferSize;
+    size_t m_bufferPos;
+    size_t m_bufferEnd;
+    bool m_eof;
+};
+
+}  // namespace pppio
+
+#endif
