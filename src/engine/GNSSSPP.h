@@ -1,0 +1,138 @@
+// The positioning engine of one site: single point positioning, observation
+// preparation and slip detection, the float PPP filter and ambiguity
+// resolution, and the writers of their results.
+#ifndef PPPLIB_ENGINE_GNSSSPP_H
+#define PPPLIB_ENGINE_GNSSSPP_H
+
+#include <cstdint>
+#include <cstdio>
+#include <deque>
+#include <vector>
+
+#include "common/GNSSCoordConvert.h"
+#include "common/GNSSTimeConvert.h"
+#include "common/gnsscmn.h"
+#include "engine/GNSSEpoch.h"
+#include "engine/GNSSNav.h"
+#include "engine/GNSSResult.h"
+#include "engine/ObsWeight.h"
+#include "lib/PPPRecords.h"
+#include "models/GNSSErrorCorrection.h"
+
+struct PROCINFOSITE;
+
+// Ionosphere record of the engine's queue (kept for the interface; unused).
+struct t_ion {
+    tagGPSTIME2 time;
+    int32_t iprn;
+    double value;
+};
+
+// Run-time settings of the engine, in construction order, with their defaults.
+// The driver sets the interval, the cut-off and its own defaults after
+// construction; a host changes the rest through t_Process::engine().
+struct tagENGINESETTINGS {
+    double dInterval = 1.0;          // sampling interval (s); the driver copies t_conf.interval
+    int32_t nUpdMinCount = 1;        // minimum UPD quality count for ambiguity resolution (driver: 2)
+    int32_t nEpochNumber = 0;        // epochs processed, printed in the ambiguity log
+    double reserved1[2] = {};
+    double dCodeWeightRatio = 1.0;   // reserved weighting setting
+    int32_t nPPPEpochs = 0;          // float PPP epochs since start, gates ambiguity resolution
+    double dRatioThres = 2.0;        // ratio threshold of the narrow-lane fixing
+    // Physical corrections of the PPP model and filter switches (0 = off).
+    uint8_t bSolidTide = 0;
+    uint8_t bWindUp = 0;
+    uint8_t bRecAntenna = 0;
+    uint8_t bSatAntenna = 0;
+    uint8_t bHoldAmb = 0;            // hold fixed ambiguities between epochs
+    uint8_t bReserved1 = 0;
+    uint8_t bReserved2 = 0;
+    uint8_t bExtraPar = 0;           // estimate three further unknowns instead of one
+    double dTropPieceHours = 24.0;   // piece length of the piecewise-constant troposphere (h)
+    double reserved2[2] = {};
+    int32_t nArCount = 0;            // epochs of ambiguity resolution since the last reset
+    double dStaticPos[3] = {};       // stored static position
+    uint8_t bStaticPosValid = 0;
+    double dOutputModulus = 900.0;   // modulus of the periodic result hook
+    int32_t nHoldCount = 0;          // consecutive epochs in which holding succeeded
+    double reserved3[2] = {};
+    int32_t reserved4 = 0;
+    int32_t reserved5 = 0;
+};
+
+class CGNSSSPP {
+public:
+    CGNSSSPP(std::vector<char> systems, tagSITE* site, t_conf* conf);
+    ~CGNSSSPP();
+    CGNSSSPP(const CGNSSSPP&) = delete;
+    CGNSSSPP& operator=(const CGNSSSPP&) = delete;
+
+    // ---- observation combinations, smoothing and slip detection
+    int get_obs_cmb(tagGPSOBSONEEPO* epo);
+    int update_epoch(tagGPSOBSSMOOTH** pair, tagGPSOBSONEEPO* cur);
+    int slip_detect(tagGPSOBSSMOOTH* pair, tagGMSP3REC* orbits, tagCRDCARTESIAN rec, bool logOn, bool logEpo,
+                    FILE* log);
+    int UpdateGPSObsWithSmooth(tagGPSOBSONEEPO* epo, tagGPSOBSSMOOTH* pair);
+
+    // ---- single point positioning
+    int SPPOneEpoch(tagGPSOBSONEEPO* epo, tagGMN* nav, tagGMSP3REC* orb, tagSPPONERESULT** res, bool logOn,
+                    bool logEpo, FILE* log, tagCRDCARTESIAN* outl);
+    bool SPPOneEpochOneIteraAppro(tagGPSOBSONEEPO* epo, tagGMN* nav, tagGMSP3REC* orb, tagSPPONERESULT* res,
+                                  bool single);
+    bool SPPOneEpochOneIteraPrecise(tagGPSOBSONEEPO* epo, tagGMN* nav, tagGMSP3REC* orb, tagSPPONERESULT* res);
+    int SPPOutlierDetection(tagGPSOBSONEEPO* epo, tagSPPONERESULT* res, int stage, bool logOn, bool logEpo,
+                            FILE* log);
+    void GetMaxResidual(int* idx, double* val, tagSPPONERESULT* res);
+    int GetMaxStdResidual(tagSPPONERESULT* res);
+    bool NoEnoughHealthySats(tagGPSOBSONEEPO* epo);
+    bool NoEnoughUsedSats(tagGPSOBSONEEPO* epo);
+    bool NoOverUsedSats(tagGPSOBSONEEPO* epo);
+
+    // ---- writers
+    int WritePos(FILE* fp, tagSPPONERESULT* res);
+    int WritePos_rtklib(FILE* fp, tagSPPONERESULT* res, int mode);
+    int WriteNsat(FILE* fp, tagSPPONERESULT* res);
+    int WriteNEU(FILE* fp, tagSPPONERESULT* res, tagCRDTOPOCENTRIC neu);
+    int WriteSPPResNEURT(FILE* fp, tagSPPONERESULT* res, tagCRDTOPOCENTRIC neu);
+    int WritePPPResNEURT(FILE* fp, tagSPPONERESULT* res, tagCRDTOPOCENTRIC neu);
+    int WritePPPResultRT(FILE* fp, tagSPPONERESULT* res);
+    int WritePPPResidualRT(FILE* codeFile, FILE* phaseFile, tagSPPONERESULT* res);
+    int WriteMW_GF(FILE* a, FILE* b, FILE* c, FILE* d, tagGPSOBSONEEPO* epo);
+    int WriteZTD(FILE* fp, tagCOMMONTIME* t, tagGPSTIME2* gt, PROCINFOSITE* site, bool cost);
+
+    // ---- state
+    t_conf* m_conf;
+    std::vector<char> m_sys;          // systems of this epoch; the first is the reference system
+    std::vector<char> m_sysOther;     // the systems after the first
+    tagGPSOBSONEEPO* m_prevEpo;       // the previous epoch (owned)
+    int32_t m_satFlag[MAXSATNUM];
+    double m_timeGap;                 // seconds since the previous epoch; -999.0 without one
+    t_pppar_info m_arInfo[MAXSATNUM];
+    t_aug_entry m_aug[MAXSATNUM];
+    std::deque<t_ion> m_ion;
+    std::vector<int> m_idx1;
+    std::vector<int> m_idx2;
+    int32_t m_nReserved;
+    tagSITE* m_site;
+    ObsWeight m_weight;
+    double m_f1[MAXSATNUM];           // carrier frequencies per satellite (Hz)
+    double m_f2[MAXSATNUM];
+    double m_satVal[MAXSATNUM];       // previous wind-up per satellite (cycles)
+    int32_t m_nSysOther;
+    int32_t m_nExtraPar;              // unknowns of the PPP stages beyond position and clocks
+    CGNSSTimeConvert m_timeConvert;
+    CGNSSCoordConvert m_coordConvert;
+    CGNSSErrorCorrection m_errorCorrection;
+    double m_elevCutoff;              // elevation cut-off (degrees), 7.0 at construction
+    int32_t m_singleFreq;             // 1: SPP uses raw code instead of the ionosphere-free code
+    tagENGINESETTINGS m_set;
+    std::vector<int> m_slipSats;      // satellites new or slipped in this epoch
+    FILE* m_fpWL;                     // ambiguity logs (owned by the driver's file management)
+    FILE* m_fpAmbWL;
+    FILE* m_fpAmbNL;
+
+private:
+    int systemColumn(char sys) const;  // clock column of a system in the SPP unknowns, -1 if absent
+};
+
+#endif

@@ -1,0 +1,13 @@
+#include "lib/PPPRecords.h"
+
+t_aug_entry::t_aug_entry()
+    : valid(0), week(0), sow(0.0), reserved{}, corr_l1(0.0), corr_l2(0.0), reserved2(0.0), corr_p1(0.0),
+      corr_p2(0.0), reserved3(0.0)
+{
+}
+
+t_input_upd::t_input_upd()
+    : valid(0), sys(0), prn(0), iprn(0), lock(0), param(0.0), mw(9999.99), amb(9999.99), mw_sig(9999.99),
+      amb_sig(9999.99)
+{
+}
