@@ -4,6 +4,7 @@
 
 #include "common/GNSSConst.h"
 #include "models/GNSSErrorCorrection.h"
+#include "models/Vector3.h"
 
 namespace {
 
@@ -18,19 +19,13 @@ tagSATPCV* FindSatellite(tagSATPCV* table, int n, tagGNSSPRN prn)
     return nullptr;
 }
 
-tagCRDCARTESIAN Cross(const tagCRDCARTESIAN& a, const tagCRDCARTESIAN& b)
+bool Normalise3(double* v)
 {
-    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
-}
-
-bool Normalise(tagCRDCARTESIAN* v)
-{
-    const double length = std::sqrt(v->x * v->x + v->y * v->y + v->z * v->z);
+    const double length = Norm3(v);
     if (!(length > 0.0))
         return false;
-    v->x /= length;
-    v->y /= length;
-    v->z /= length;
+    for (int i = 0; i < 3; ++i)
+        v[i] /= length;
     return true;
 }
 
@@ -64,17 +59,18 @@ int CGNSSErrorCorrection::sat_Phase_center(tagCRDCARTESIAN sun, tagCRDCARTESIAN 
 {
     if (!ecef)
         return 0;
-    tagCRDCARTESIAN ez = {-sat.x, -sat.y, -sat.z};
-    const tagCRDCARTESIAN toSun = {sun.x - sat.x, sun.y - sat.y, sun.z - sat.z};
-    if (!Normalise(&ez))
+    double ez[3] = {-sat.x, -sat.y, -sat.z};
+    const double toSun[3] = {sun.x - sat.x, sun.y - sat.y, sun.z - sat.z};
+    double ey[3], ex[3];
+    if (!Normalise3(ez))
         return 0;
-    tagCRDCARTESIAN ey = Cross(ez, toSun);
-    if (!Normalise(&ey))   // Sun, satellite and Earth in one line: no yaw
+    Cross3(ez, toSun, ey);
+    if (!Normalise3(ey))   // Sun, satellite and Earth in one line: no yaw
         return 0;
-    const tagCRDCARTESIAN ex = Cross(ey, ez);
-    ecef->x = ex.x * body.x + ey.x * body.y + ez.x * body.z;
-    ecef->y = ex.y * body.x + ey.y * body.y + ez.y * body.z;
-    ecef->z = ex.z * body.x + ey.z * body.y + ez.z * body.z;
+    Cross3(ey, ez, ex);
+    ecef->x = ex[0] * body.x + ey[0] * body.y + ez[0] * body.z;
+    ecef->y = ex[1] * body.x + ey[1] * body.y + ez[1] * body.z;
+    ecef->z = ex[2] * body.x + ey[2] * body.y + ez[2] * body.z;
     return 1;
 }
 

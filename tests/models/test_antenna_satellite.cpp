@@ -247,6 +247,26 @@ TEST(SatelliteBodyFrame, NominalAttitudeByHand)
     EXPECT_EQ(model.sat_Phase_center(sunBehind, sat, {0.1, 0.2, 1.5}, &ecef), 0);
 }
 
+TEST(SatelliteBodyFrame, SunOfTheEpoch)
+{
+    // With the Sun of the epoch, body x leans to the Sun and body y stands
+    // square to it.
+    CGNSSErrorCorrection model;
+    const tagCOMMONTIME2 t = {2020, 6, 25, 12.0};
+    long double sunPos[3];
+    model.SUN(t.year, t.month, t.day, t.hour, sunPos);
+    const tagCRDCARTESIAN sat = {15e6, -12e6, 18e6};
+    double toSun[3] = {static_cast<double>(sunPos[0]) - sat.x, static_cast<double>(sunPos[1]) - sat.y,
+                       static_cast<double>(sunPos[2]) - sat.z};
+    CGNSSAtx().normv3(toSun, toSun);
+
+    tagCRDCARTESIAN x, y;
+    ASSERT_EQ(model.sat_Phase_center(t, sat, {1.0, 0.0, 0.0}, &x), 1);
+    ASSERT_EQ(model.sat_Phase_center(t, sat, {0.0, 1.0, 0.0}, &y), 1);
+    EXPECT_GT(x.x * toSun[0] + x.y * toSun[1] + x.z * toSun[2], 0.0);
+    EXPECT_NEAR(y.x * toSun[0] + y.y * toSun[1] + y.z * toSun[2], 0.0, 1e-12);
+}
+
 TEST_F(SatelliteTable, EarthFixedOffsetsAndIonosphereFreeCombination)
 {
     ASSERT_EQ(Load(kDay177of2020), 1);
@@ -262,6 +282,8 @@ TEST_F(SatelliteTable, EarthFixedOffsetsAndIonosphereFreeCombination)
     EXPECT_NEAR(pcIF.x, -(0.501 - 0.001 * 1.5457277801631601), 1e-12);
     EXPECT_NEAR(pcIF.y, 0.1, 1e-12);
     EXPECT_EQ(model.GetSatPhaseCenter({'G', 7, 7}, sun, sat, &pcIF), 0);
+    EXPECT_EQ(model.GetSatPhaseCenter(kG05, tagCOMMONTIME2{2020, 6, 25, 12.0}, sat, &pc1, &pc2), 1);
+    EXPECT_NEAR(std::sqrt(pc1.x * pc1.x + pc1.y * pc1.y + pc1.z * pc1.z), std::hypot(0.1, 0.501), 1e-12);
 }
 
 }  // namespace
