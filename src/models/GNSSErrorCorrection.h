@@ -109,6 +109,9 @@ public:
     int FK4FK5(const long double* in, long double* out, bool toFK5);
 
     // ---- antenna phase centres
+    // Bernese-format phase-centre file. A record handed in is zeroed or was
+    // filled by these readers. The corrections write nothing (and return 0)
+    // where the grid has no answer.
     int GetRecPCVFromBern(const char* file, const char* antenna, tagPCVINFO* info);
     int GetRecPCVFromBern(const char* file, const char* antenna);
     int GetRecPCOFromBern(const char* file, const char* antenna, tagCRDTOPOCENTRIC* pco1, tagCRDTOPOCENTRIC* pco2);
