@@ -34,12 +34,11 @@ bool NextIs(FILE* fp, HeaderLine* line, const char* keyword)
     return ReadLine(fp, line) && std::strstr(line->text, keyword);
 }
 
-bool ParseEpoch(const HeaderLine& line, tagCOMMONTIME* t)
+bool ParseEpoch(HeaderLine& line, tagCOMMONTIME* t)
 {
     int year, month, day, hour, minute;
     double second;
-    char rest[82];
-    if (std::sscanf(line.text, "%d%d%d%d%d%lf%81c", &year, &month, &day, &hour, &minute, &second, rest) < 6)
+    if (std::sscanf(line.text, "%d%d%d%d%d%lf%81c", &year, &month, &day, &hour, &minute, &second, line.rest) < 6)
         return false;
     if (year < 0 || year > 65535 || month < 1 || month > 12 || day < 1 || day > 31 || hour < 0 || hour > 24 ||
         minute < 0 || minute > 59)
