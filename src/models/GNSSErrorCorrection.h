@@ -27,11 +27,14 @@ struct tagPCVINFO {
     double** grid[4];       // [0], [1]: first and second frequency; [2], [3]: the same for GLONASS ('R')
 };
 
-// Satellite entry of the PCV table.
+// Satellite entry of the antenna table.
 struct tagSATPCV {
     char cSys;
     int prn;
     tagPCVINFO pcv;
+    char antenna[21];          // sensor name matched in the phase-centre file
+    tagCRDCARTESIAN pco1;      // offsets in the satellite body frame x, y, z (m),
+    tagCRDCARTESIAN pco2;      // first and second frequency
 };
 
 class CGNSSErrorCorrection {
@@ -106,6 +109,9 @@ public:
     int FK4FK5(const long double* in, long double* out, bool toFK5);
 
     // ---- antenna phase centres
+    // Bernese-format phase-centre file. A record handed in is zeroed or was
+    // filled by these readers. The corrections write nothing (and return 0)
+    // where the grid has no answer.
     int GetRecPCVFromBern(const char* file, const char* antenna, tagPCVINFO* info);
     int GetRecPCVFromBern(const char* file, const char* antenna);
     int GetRecPCOFromBern(const char* file, const char* antenna, tagCRDTOPOCENTRIC* pco1, tagCRDTOPOCENTRIC* pco2);
@@ -113,6 +119,24 @@ public:
     int GetPcvCorrection(tagPCVINFO* info, double azimuth, double zenith, double* pcv, char sys);
     int GetPcvCorrection(double azimuth, double zenith, double* pcv, char sys);
     int GetSatPcvCorrection(tagGNSSPRN prn, double azimuth, double zenith, double* pcv);
+    // Satellite antennas: the table of satellites valid at t comes from the
+    // satellite information file, their offsets and variations from the
+    // phase-centre file.
+    int GetSatPhaCenFromBern(const char* satInfoFile, const char* phaseFile, tagGPSTIME2 t);
+    int GetSatPCVFromBern(const char* phaseFile);
+    // Earth-fixed phase-centre offsets of a satellite at sat (m); the Sun
+    // comes from the epoch or is given. The third form gives the
+    // ionosphere-free combination of the two frequencies.
+    int GetSatPhaseCenter(tagGNSSPRN prn, tagCOMMONTIME2 t, tagCRDCARTESIAN sat, tagCRDCARTESIAN* pc1,
+                          tagCRDCARTESIAN* pc2);
+    int GetSatPhaseCenter(tagGNSSPRN prn, tagCRDCARTESIAN sun, tagCRDCARTESIAN sat, tagCRDCARTESIAN* pc1,
+                          tagCRDCARTESIAN* pc2);
+    int GetSatPhaseCenter(tagGNSSPRN prn, tagCRDCARTESIAN sun, tagCRDCARTESIAN sat, tagCRDCARTESIAN* pcIF);
+    // Body-frame offset turned Earth-fixed with the nominal attitude: z to the
+    // Earth's centre, y = z x (sun - sat) normalised, x = y x z.
+    int sat_Phase_center(tagCOMMONTIME2 t, tagCRDCARTESIAN sat, tagCRDCARTESIAN body, tagCRDCARTESIAN* ecef);
+    int sat_Phase_center(tagCRDCARTESIAN sun, tagCRDCARTESIAN sat, tagCRDCARTESIAN body, tagCRDCARTESIAN* ecef);
+    // Grids are released (DelPcvData) before a record's counts change.
     int NewPcvInfo(tagPCVINFO* info);
     void DelPcvData(tagPCVINFO* info);
     void DelSatPcvData();
