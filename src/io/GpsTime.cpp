@@ -21,7 +21,7 @@ const LeapSecond kLeapSeconds[] = {
 
 bool validCalendar(int year, int month, int day, int hour, int minute, double second)
 {
-    return year >= 1980 && year <= 2200 && month >= 1 && month <= 12 && day >= 1 && day <= 31 && hour >= 0 &&
+    return year >= 1900 && year <= 2200 && month >= 1 && month <= 12 && day >= 1 && day <= 31 && hour >= 0 &&
            hour <= 24 && minute >= 0 && minute <= 59 && second >= 0.0 && second < 61.0;
 }
 

@@ -4,7 +4,9 @@ namespace pppio {
 
 void acceptTruncatedLastLine(LineReader& in, const ReadError& error, std::vector<std::string>& warnings)
 {
-    if (in.next())
+    // A complete line (with its line end) is malformed, not cut short, even
+    // at the end of the file.
+    if (in.lineTerminated())
         throw error;
     warnings.push_back(error.file() + ":" + std::to_string(error.line()) +
                        ": incomplete last record dropped, the file looks truncated (" + error.message() + ")");

@@ -1,5 +1,5 @@
-// Handling of files cut short in transfer: a malformed last line is the
-// usual sign, and the records read before it are kept.
+// Handling of files cut short in transfer: a malformed last line without a
+// line end is the sign, and the records read before it are kept.
 #ifndef PPPIO_TRUNCATION_H
 #define PPPIO_TRUNCATION_H
 
@@ -11,9 +11,10 @@
 namespace pppio {
 
 // Called with the error raised for the reader's current line. When that
-// line is the last of the file, the file is taken as truncated: a warning
-// naming the file and line is recorded and the function returns (the caller
-// stops reading). Otherwise the error is rethrown.
+// line is the last of the file and has no line end, the file is taken as
+// truncated: a warning naming the file and line is recorded and the
+// function returns (the caller stops reading). Otherwise the error is
+// rethrown.
 void acceptTruncatedLastLine(LineReader& in, const ReadError& error, std::vector<std::string>& warnings);
 
 // Warning "<file>:<line>: <message>" for the reader's current line.

@@ -33,11 +33,13 @@ void writeText(const std::string& path, const std::string& text)
     std::fclose(f);
 }
 
-void writeLines(const std::string& path, const std::vector<std::string>& lines)
+void writeLines(const std::string& path, const std::vector<std::string>& lines, bool cutLastLine)
 {
     std::string text;
     for (const std::string& line : lines)
         text += line + "\n";
+    if (cutLastLine && !text.empty())
+        text.pop_back();
     writeText(path, text);
 }
 

@@ -19,7 +19,8 @@ std::string dataPath(const std::string& name);
 std::string scratchPath(const std::string& name);
 
 std::vector<std::string> readLines(const std::string& path);
-void writeLines(const std::string& path, const std::vector<std::string>& lines);
+// Lines with line ends; cutLastLine leaves the last one without (a file cut short).
+void writeLines(const std::string& path, const std::vector<std::string>& lines, bool cutLastLine = false);
 void writeText(const std::string& path, const std::string& text);
 
 // Index of the first line starting with the prefix (after index from); fails the test when none.

@@ -217,7 +217,7 @@ TEST(ClockReader, TruncatedFilesKeepWhatWasRead)
     lines.resize(first + 10);
     lines.back().resize(30);   // the 10th record (R01, third epoch) ends inside its epoch
     const std::string path = scratchPath("clk_cut");
-    writeLines(path, lines);
+    writeLines(path, lines, true);
     pppio::PreciseClock clocks;
     clocks.load(path);
     EXPECT_EQ(clocks.sampleCount(33), 2u);

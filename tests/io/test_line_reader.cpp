@@ -119,3 +119,19 @@ TEST(LineReader, ReadsGzipAndTruncatedGzip)
 #endif
 
 }  // namespace
+
+TEST(LineReader, TellsWhetherTheLastLineHasALineEnd)
+{
+    const std::string path = TempPath("terminated.txt");
+    WriteFile(path, "one\ntwo\n");
+    pppio::LineReader complete(path);
+    while (complete.next())
+        EXPECT_TRUE(complete.lineTerminated());
+    WriteFile(path, "one\ntw");
+    pppio::LineReader cut(path);
+    ASSERT_TRUE(cut.next());
+    EXPECT_TRUE(cut.lineTerminated());
+    ASSERT_TRUE(cut.next());
+    EXPECT_FALSE(cut.lineTerminated());
+    EXPECT_EQ(cut.line(), "tw");
+}

@@ -394,7 +394,7 @@ TEST(NavReader, TruncatedFilesKeepTheCompleteRecords)
 
     // ... and inside a line.
     lines.back().resize(30);
-    writeLines(path, lines);
+    writeLines(path, lines, true);
     nav = pppio::readNav(path);
     EXPECT_EQ(nav.warnings.size(), 2u);
 

@@ -366,7 +366,7 @@ TEST(Sp3Reader, TruncatedFilesKeepWhatWasRead)
     std::vector<std::string> head(lines.begin(), lines.begin() + static_cast<long>(cut) + 1);
     head.back().resize(30);
     std::string path = scratchPath("sp3_cut.SP3");
-    writeLines(path, head);
+    writeLines(path, head, true);
     pppio::Sp3File file = pppio::readSp3(path);
     ASSERT_EQ(file.epochs.size(), 3u);
     EXPECT_EQ(file.epochs[2].entries.size(), 5u);   // E01 E02 R01 R02 G01
