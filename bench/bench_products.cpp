@@ -35,86 +35,39 @@ std::string DataFile(benchmark::State& state, const char* name)
     return std::string(dir) + "/" + name;
 }
 
-void LoadClockAllSatellites(benchmark::State& state)
+// Loading one file into a fresh store, optionally for some satellites only.
+template <class Store, class... Wanted>
+void Load(benchmark::State& state, const char* name, const Wanted&... wanted)
 {
-    const std::string path = DataFile(state, kClock);
+    const std::string path = DataFile(state, name);
     for (auto _ : state) {
         if (path.empty())
             break;
-        pppio::PreciseClock clocks;
-        clocks.load(path);
-        benchmark::DoNotOptimize(clocks.sampleCount(1));
+        Store store;
+        store.load(path, wanted...);
+        benchmark::DoNotOptimize(store.warnings().size());
     }
 }
-BENCHMARK(LoadClockAllSatellites)->Unit(benchmark::kMillisecond);
 
-void LoadClockGpsOnly(benchmark::State& state)
+pppio::SatelliteSet GpsOnly()
 {
-    const std::string path = DataFile(state, kClock);
     pppio::SatelliteSet gps;
     for (int iprn = 1; iprn <= 32; ++iprn)
         gps.add(iprn);
-    for (auto _ : state) {
-        if (path.empty())
-            break;
-        pppio::PreciseClock clocks;
-        clocks.load(path, gps);
-        benchmark::DoNotOptimize(clocks.sampleCount(1));
-    }
+    return gps;
 }
-BENCHMARK(LoadClockGpsOnly)->Unit(benchmark::kMillisecond);
 
-void LoadOrbitDay(benchmark::State& state)
+void RegisterLoads()
 {
-    const std::string path = DataFile(state, kOrbit);
-    for (auto _ : state) {
-        if (path.empty())
-            break;
-        pppio::PreciseOrbit orbit;
-        orbit.load(path);
-        benchmark::DoNotOptimize(orbit.sampleCount(1));
-    }
+    using benchmark::RegisterBenchmark;
+    RegisterBenchmark("Load/clock_day_all", Load<pppio::PreciseClock>, kClock)->Unit(benchmark::kMillisecond);
+    RegisterBenchmark("Load/clock_day_gps", Load<pppio::PreciseClock, pppio::SatelliteSet>, kClock, GpsOnly())
+        ->Unit(benchmark::kMillisecond);
+    RegisterBenchmark("Load/sp3_day", Load<pppio::PreciseOrbit>, kOrbit)->Unit(benchmark::kMillisecond);
+    RegisterBenchmark("Load/nav_day", Load<pppio::BroadcastOrbit>, kNav)->Unit(benchmark::kMillisecond);
+    RegisterBenchmark("Load/antex_igs08", Load<pppio::AntennaTable>, kAntex)->Unit(benchmark::kMillisecond);
+    RegisterBenchmark("Load/sinex_weekly", Load<pppio::SinexSites>, kSinex)->Unit(benchmark::kMillisecond);
 }
-BENCHMARK(LoadOrbitDay)->Unit(benchmark::kMillisecond);
-
-void LoadNavigationDay(benchmark::State& state)
-{
-    const std::string path = DataFile(state, kNav);
-    for (auto _ : state) {
-        if (path.empty())
-            break;
-        pppio::BroadcastOrbit nav;
-        nav.load(path);
-        benchmark::DoNotOptimize(nav.warnings().size());
-    }
-}
-BENCHMARK(LoadNavigationDay)->Unit(benchmark::kMillisecond);
-
-void LoadAntex(benchmark::State& state)
-{
-    const std::string path = DataFile(state, kAntex);
-    for (auto _ : state) {
-        if (path.empty())
-            break;
-        pppio::AntennaTable table;
-        table.load(path);
-        benchmark::DoNotOptimize(table.size());
-    }
-}
-BENCHMARK(LoadAntex)->Unit(benchmark::kMillisecond);
-
-void LoadSinex(benchmark::State& state)
-{
-    const std::string path = DataFile(state, kSinex);
-    for (auto _ : state) {
-        if (path.empty())
-            break;
-        pppio::SinexSites sites;
-        sites.load(path);
-        benchmark::DoNotOptimize(sites.size());
-    }
-}
-BENCHMARK(LoadSinex)->Unit(benchmark::kMillisecond);
 
 // One epoch of a receiver: position, velocity and clock of 30 GPS satellites.
 void OrbitAndClockPerEpoch(benchmark::State& state)
@@ -158,4 +111,11 @@ BENCHMARK(BroadcastStates)->Arg(5)->Arg(33 + 2)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv)
+{
+    RegisterLoads();
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}

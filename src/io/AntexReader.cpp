@@ -4,6 +4,7 @@
 
 #include "io/FieldParse.h"
 #include "io/GpsTime.h"
+#include "io/HeaderLabel.h"
 #include "io/LineReader.h"
 #include "io/SatelliteId.h"
 #include "io/Truncation.h"
@@ -12,7 +13,6 @@ namespace pppio {
 
 namespace {
 
-constexpr size_t kLabelColumn = 60;
 constexpr double kMillimetre = 1e-3;
 constexpr size_t kValueWidth = 8;   // F8.2 grid values after an 8-column row head
 
@@ -45,7 +45,7 @@ public:
     }
 
 private:
-    std::string label() const { return trimmedField(m_in.line(), kLabelColumn, 20); }
+    std::string label() const { return headerLabel(m_in.line()); }
 
     bool readHeader()
     {

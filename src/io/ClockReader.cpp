@@ -4,6 +4,7 @@
 
 #include "io/FieldParse.h"
 #include "io/GpsTime.h"
+#include "io/HeaderLabel.h"
 #include "io/LineReader.h"
 #include "io/Truncation.h"
 
@@ -11,7 +12,6 @@ namespace pppio {
 
 namespace {
 
-constexpr size_t kLabelColumn = 60;
 constexpr size_t kEpochWidth = 26;   // I4,4I3,F10.6
 
 bool IsOtherRecordType(const std::string& line)
@@ -34,26 +34,16 @@ public:
             m_file.warnings.push_back(m_in.path() + ": no END OF HEADER, the file looks truncated");
             return std::move(m_file);
         }
-        while (m_in.next()) {
-            try {
-                readRecordLine();
-            } catch (const ReadError& error) {
-                acceptTruncatedLastLine(m_in, error, m_file.warnings);
-                break;
-            }
-        }
-        if (!m_skipped.empty())
-            m_file.warnings.push_back(m_in.path() + ": " + m_skipped.message());
+        forEachLine(m_in, m_file.warnings, [this] { return readRecordLine(); });
+        m_skipped.appendWarning(m_in.path(), m_file.warnings);
         return std::move(m_file);
     }
 
 private:
     bool readHeader()
     {
-        if (!m_in.next() || trimmedField(m_in.line(), kLabelColumn, 20) != "RINEX VERSION / TYPE")
-            m_in.fail("expected the RINEX VERSION / TYPE line");
         ClockHeader& header = m_file.header;
-        header.version = requireReal(m_in, 0, 9, "the RINEX version");
+        header.version = readRinexVersion(m_in);
         if (header.version < 2.0 || header.version >= 4.0)
             m_in.fail("expected RINEX clock version 2.x or 3.x");
         if (m_in.line().size() <= 20 || m_in.line()[20] != 'C')
@@ -63,7 +53,7 @@ private:
         m_epochColumn = 3 + nameWidth + 1;
 
         while (m_in.next()) {
-            const std::string label = trimmedField(m_in.line(), kLabelColumn, 20);
+            const std::string label = headerLabel(m_in.line());
             if (label == "TIME SYSTEM ID") {
                 header.timeSystem = trimmedField(m_in.line(), 3, 3);
             } else if (label == "LEAP SECONDS") {
@@ -78,17 +68,17 @@ private:
         return false;
     }
 
-    void readRecordLine()
+    bool readRecordLine()
     {
         const std::string& line = m_in.line();
         if (hasTextAt(line, 0, "AS ")) {
             readSatelliteRecord(line);
-            return;
+            return true;
         }
         // Blank lines and the continuation lines of records with more than
         // two values start with a blank.
         if (line.empty() || line[0] == ' ' || IsOtherRecordType(line))
-            return;
+            return true;
         m_in.fail("expected a clock data record (AR, AS, CR, DR, MS)");
     }
 

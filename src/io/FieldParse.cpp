@@ -27,12 +27,15 @@ bool IsDigit(char c)
     return c >= '0' && c <= '9';
 }
 
-// Rare path for mantissas or exponents beyond the exact range.
+// Rare path for mantissas or exponents beyond the exact range; NaN for a
+// number too long to convert.
 double SlowConvert(const char* begin, const char* end)
 {
     char buffer[64];
+    if (end - begin >= static_cast<long>(sizeof(buffer)))
+        return std::nan("");
     size_t n = 0;
-    for (const char* p = begin; p < end && n + 1 < sizeof(buffer); ++p)
+    for (const char* p = begin; p < end; ++p)
         buffer[n++] = (*p == 'D' || *p == 'd') ? 'E' : *p;
     buffer[n] = '\0';
     return std::strtod(buffer, nullptr);
@@ -59,22 +62,60 @@ size_t Available(const std::string& line, size_t start, size_t width)
     return rest < width ? rest : width;
 }
 
+const char* FieldStart(const std::string& line, size_t start)
+{
+    return line.data() + (start < line.size() ? start : line.size());
+}
+
+FieldStatus FieldAt(const std::string& line, size_t start, size_t width, double& value)
+{
+    return realAt(line, start, width, value);
+}
+
+FieldStatus FieldAt(const std::string& line, size_t start, size_t width, long& value)
+{
+    return integerAt(line, start, width, value);
+}
+
+template <class T>
+T Required(const LineReader& in, size_t start, size_t width, const char* what)
+{
+    T value{};
+    if (FieldAt(in.line(), start, width, value) != FieldStatus::Ok)
+        FailField(in, start, width, what);
+    return value;
+}
+
+// Skips the leading blanks and an optional sign; false for a blank field.
+bool StartNumber(const char*& p, const char* end, bool& negative)
+{
+    while (p < end && IsBlank(*p))
+        ++p;
+    if (p == end)
+        return false;
+    negative = *p == '-';
+    if (*p == '+' || *p == '-')
+        ++p;
+    return true;
+}
+
+bool OnlyBlanksLeft(const char* p, const char* end)
+{
+    while (p < end && IsBlank(*p))
+        ++p;
+    return p == end;
+}
+
 }  // namespace
 
 FieldStatus parseReal(const char* text, size_t width, double& value)
 {
     const char* p = text;
     const char* end = text + width;
-    while (p < end && IsBlank(*p))
-        ++p;
-    if (p == end)
-        return FieldStatus::Blank;
-    const char* numberBegin = p;
     bool negative = false;
-    if (*p == '+' || *p == '-') {
-        negative = *p == '-';
-        ++p;
-    }
+    if (!StartNumber(p, end, negative))
+        return FieldStatus::Blank;
+    const char* digitsBegin = p;
     uint64_t mantissa = 0;
     int significant = 0;     // digits kept in the mantissa
     int exponent10 = 0;      // decimal scale of the mantissa
@@ -123,9 +164,7 @@ FieldStatus parseReal(const char* text, size_t width, double& value)
         exponent10 += negativeExponent ? -e : e;
     }
     const char* numberEnd = p;
-    while (p < end && IsBlank(*p))
-        ++p;
-    if (p != end)
+    if (!OnlyBlanksLeft(p, end))
         return FieldStatus::Bad;
 
     double result;
@@ -135,11 +174,9 @@ FieldStatus parseReal(const char* text, size_t width, double& value)
         result = static_cast<double>(mantissa);
         result = exponent10 < 0 ? result / kExactPowers[-exponent10] : result * kExactPowers[exponent10];
     } else {
-        result = SlowConvert(numberBegin, numberEnd);
+        result = SlowConvert(digitsBegin, numberEnd);
         if (!std::isfinite(result))
             return FieldStatus::Bad;
-        value = result;
-        return FieldStatus::Ok;
     }
     value = negative ? -result : result;
     return FieldStatus::Ok;
@@ -149,15 +186,9 @@ FieldStatus parseInteger(const char* text, size_t width, long& value)
 {
     const char* p = text;
     const char* end = text + width;
-    while (p < end && IsBlank(*p))
-        ++p;
-    if (p == end)
-        return FieldStatus::Blank;
     bool negative = false;
-    if (*p == '+' || *p == '-') {
-        negative = *p == '-';
-        ++p;
-    }
+    if (!StartNumber(p, end, negative))
+        return FieldStatus::Blank;
     if (p == end || !IsDigit(*p))
         return FieldStatus::Bad;
     long result = 0;
@@ -167,9 +198,7 @@ FieldStatus parseInteger(const char* text, size_t width, long& value)
             return FieldStatus::Bad;
         result = result * 10 + (*p - '0');
     }
-    while (p < end && IsBlank(*p))
-        ++p;
-    if (p != end)
+    if (!OnlyBlanksLeft(p, end))
         return FieldStatus::Bad;
     value = negative ? -result : result;
     return FieldStatus::Ok;
@@ -177,46 +206,28 @@ FieldStatus parseInteger(const char* text, size_t width, long& value)
 
 FieldStatus realAt(const std::string& line, size_t start, size_t width, double& value)
 {
-    return parseReal(line.data() + (start < line.size() ? start : line.size()), Available(line, start, width),
-                     value);
+    return parseReal(FieldStart(line, start), Available(line, start, width), value);
 }
 
 FieldStatus integerAt(const std::string& line, size_t start, size_t width, long& value)
 {
-    return parseInteger(line.data() + (start < line.size() ? start : line.size()), Available(line, start, width),
-                        value);
+    return parseInteger(FieldStart(line, start), Available(line, start, width), value);
 }
 
 double requireReal(const LineReader& in, size_t start, size_t width, const char* what)
 {
-    double value = 0.0;
-    if (realAt(in.line(), start, width, value) != FieldStatus::Ok)
-        FailField(in, start, width, what);
-    return value;
+    return Required<double>(in, start, width, what);
 }
 
 long requireInteger(const LineReader& in, size_t start, size_t width, const char* what)
 {
-    long value = 0;
-    if (integerAt(in.line(), start, width, value) != FieldStatus::Ok)
-        FailField(in, start, width, what);
-    return value;
+    return Required<long>(in, start, width, what);
 }
 
 double optionalReal(const LineReader& in, size_t start, size_t width, const char* what, double fallback)
 {
     double value = 0.0;
     switch (realAt(in.line(), start, width, value)) {
-    case FieldStatus::Ok: return value;
-    case FieldStatus::Blank: return fallback;
-    default: FailField(in, start, width, what);
-    }
-}
-
-long optionalInteger(const LineReader& in, size_t start, size_t width, const char* what, long fallback)
-{
-    long value = 0;
-    switch (integerAt(in.line(), start, width, value)) {
     case FieldStatus::Ok: return value;
     case FieldStatus::Blank: return fallback;
     default: FailField(in, start, width, what);

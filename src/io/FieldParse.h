@@ -32,7 +32,6 @@ long requireInteger(const LineReader& in, size_t start, size_t width, const char
 
 // As above, but a blank field gives the fallback value.
 double optionalReal(const LineReader& in, size_t start, size_t width, const char* what, double fallback);
-long optionalInteger(const LineReader& in, size_t start, size_t width, const char* what, long fallback);
 
 // Text of the field with surrounding blanks removed.
 std::string trimmedField(const std::string& line, size_t start, size_t width);

@@ -21,8 +21,13 @@ const LeapSecond kLeapSeconds[] = {
 
 bool validCalendar(int year, int month, int day, int hour, int minute, double second)
 {
-    return year >= 1900 && year <= 2200 && month >= 1 && month <= 12 && day >= 1 && day <= 31 && hour >= 0 &&
-           hour <= 24 && minute >= 0 && minute <= 59 && second >= 0.0 && second < 61.0;
+    static const int kMonthLength[12] = {31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    if (year < 1900 || year > 2200 || month < 1 || month > 12 || day < 1 || day > kMonthLength[month - 1])
+        return false;
+    const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+    if (month == 2 && day == 29 && !leap)
+        return false;
+    return hour >= 0 && hour <= 24 && minute >= 0 && minute <= 59 && second >= 0.0 && second < 61.0;
 }
 
 tagGPSTIME2 gpsTimeFromCalendar(int year, int month, int day, int hour, int minute, double second)

@@ -5,6 +5,7 @@
 
 #include "io/FieldParse.h"
 #include "io/GpsTime.h"
+#include "io/HeaderLabel.h"
 #include "io/LineReader.h"
 #include "io/SatelliteId.h"
 #include "io/Truncation.h"
@@ -13,7 +14,6 @@ namespace pppio {
 
 namespace {
 
-constexpr size_t kLabelColumn = 60;
 constexpr int kMaxOrbitLines = 7;
 constexpr int kMaxValues = 3 + 4 * kMaxOrbitLines;
 
@@ -52,24 +52,21 @@ public:
             return std::move(m_file);
         }
         readRecords();
-        if (!m_skipped.empty())
-            m_file.warnings.push_back(m_in.path() + ": " + m_skipped.message());
+        m_skipped.appendWarning(m_in.path(), m_file.warnings);
         return std::move(m_file);
     }
 
 private:
     bool readHeader()
     {
-        if (!m_in.next() || trimmedField(m_in.line(), kLabelColumn, 20) != "RINEX VERSION / TYPE")
-            m_in.fail("expected the RINEX VERSION / TYPE line");
         NavHeader& header = m_file.header;
-        header.version = requireReal(m_in, 0, 9, "the RINEX version");
+        header.version = readRinexVersion(m_in);
         if (header.version < 3.0 || header.version >= 4.0 || m_in.line().size() <= 40 || m_in.line()[20] != 'N')
             m_in.fail("expected RINEX 3 navigation data (version 3.xx, type N in column 21)");
         header.system = m_in.line()[40];
         bool gpsA = false, gpsB = false, bdsA = false, bdsB = false;
         while (m_in.next()) {
-            const std::string label = trimmedField(m_in.line(), kLabelColumn, 20);
+            const std::string label = headerLabel(m_in.line());
             if (label == "IONOSPHERIC CORR") {
                 const std::string type = m_in.line().substr(0, 4);
                 if (type == "GPSA")
@@ -102,23 +99,19 @@ private:
 
     void readRecords()
     {
-        while (m_in.next()) {
+        const bool whole = forEachLine(m_in, m_file.warnings, [this] {
             const std::string& line = m_in.line();
             if (line.empty())
-                continue;
-            try {
-                if (line[0] == ' ') {
-                    readOrbitLine();
-                } else {
-                    finishRecord();
-                    startRecord();
-                }
-            } catch (const ReadError& error) {
-                acceptTruncatedLastLine(m_in, error, m_file.warnings);
-                return;
+                return true;
+            if (line[0] == ' ') {
+                readOrbitLine();
+            } else {
+                finishRecord();
+                startRecord();
             }
-        }
-        if (!m_record.active)
+            return true;
+        });
+        if (!whole || !m_record.active)
             return;
         int fewest, most;
         OrbitLineCount(m_record.system, fewest, most);
@@ -133,7 +126,7 @@ private:
     void startRecord()
     {
         const std::string& line = m_in.line();
-        if (line.size() < 3 || parseSatelliteId(line.c_str()) < 0 || line[0] == ' ')
+        if (line.size() < 3 || parseSatelliteId(line.c_str()) < 0)
             m_in.fail("expected a satellite identifier in columns 1-3 starting a navigation record");
         m_record = RecordInProgress();
         m_record.active = true;

@@ -29,10 +29,10 @@ void PreciseClock::add(const ClockFile& file)
 
 bool PreciseClock::clock(int iprn, const tagGPSTIME2& t, double& clock) const
 {
-    const auto* series = m_table.find(iprn);
     size_t lo, hi;
     double f;
-    if (!series || !series->bracket(m_table.origin().seconds(t), series->gapLimit(m_maxGap), lo, hi, f))
+    const auto* series = m_table.locate(iprn, t, m_maxGap, lo, hi, f);
+    if (!series)
         return false;
     clock = series->sample(lo) + f * (series->sample(hi) - series->sample(lo));
     return true;

@@ -123,10 +123,10 @@ bool PreciseOrbit::position(int iprn, const tagGPSTIME2& t, double position[3], 
 
 bool PreciseOrbit::clock(int iprn, const tagGPSTIME2& t, double& clock) const
 {
-    const Series* series = m_table.find(iprn);
     size_t lo, hi;
     double f;
-    if (!series || !series->bracket(m_table.origin().seconds(t), series->gapLimit(m_maxGap), lo, hi, f))
+    const Series* series = m_table.locate(iprn, t, m_maxGap, lo, hi, f);
+    if (!series)
         return false;
     const Sample& a = series->sample(lo);
     const Sample& b = series->sample(hi);

@@ -183,6 +183,17 @@ public:
         return series ? series->nominalInterval() : 0.0;
     }
 
+    // The series of a satellite with t bracketed for linear interpolation
+    // (SampleSeries::bracket with the series' gap limit); null when refused.
+    const Series* locate(int iprn, const tagGPSTIME2& t, double explicitGapLimit, size_t& lo, size_t& hi,
+                         double& fraction) const
+    {
+        const Series* series = find(iprn);
+        if (!series || !series->bracket(m_origin.seconds(t), series->gapLimit(explicitGapLimit), lo, hi, fraction))
+            return nullptr;
+        return series;
+    }
+
 private:
     TimeOrigin m_origin;
     std::vector<Series> m_series;   // slot iprn - 1

@@ -74,9 +74,10 @@ void SkippedSatellites::add(const char* id)
     m_names += name;
 }
 
-std::string SkippedSatellites::message() const
+void SkippedSatellites::appendWarning(const std::string& path, std::vector<std::string>& warnings) const
 {
-    return "satellites without a packed index skipped: " + m_names;
+    if (!m_names.empty())
+        warnings.push_back(path + ": satellites without a packed index skipped: " + m_names);
 }
 
 }  // namespace pppio

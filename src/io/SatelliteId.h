@@ -5,6 +5,7 @@
 
 #include <bitset>
 #include <string>
+#include <vector>
 
 namespace pppio {
 
@@ -45,9 +46,9 @@ private:
 class SkippedSatellites {
 public:
     void add(const char* id);
-    bool empty() const { return m_names.empty(); }
-    // "satellites without a packed index skipped: E31 E33 J01"
-    std::string message() const;
+    // Appends "<path>: satellites without a packed index skipped: E31 E33 J01"
+    // when any were skipped.
+    void appendWarning(const std::string& path, std::vector<std::string>& warnings) const;
 
 private:
     std::string m_names;

@@ -30,15 +30,7 @@ public:
     {
         if (!m_in.next() || !hasTextAt(m_in.line(), 0, "%=SNX"))
             m_in.fail("expected the SINEX header line starting with %=SNX");
-        while (m_in.next()) {
-            try {
-                if (!readLine())
-                    break;
-            } catch (const ReadError& error) {
-                acceptTruncatedLastLine(m_in, error, m_file.warnings);
-                break;
-            }
-        }
+        forEachLine(m_in, m_file.warnings, [this] { return readLine(); });
         if (!m_file.complete)
             m_file.warnings.push_back(m_in.path() + ": no %ENDSNX line, the file looks truncated" +
                                       (m_block.empty() ? std::string() : " (inside +" + m_block + ")"));

@@ -132,15 +132,7 @@ private:
     void readRecords()
     {
         // The current line is the first epoch line.
-        do {
-            try {
-                if (!readRecordLine())
-                    return;
-            } catch (const ReadError& error) {
-                acceptTruncatedLastLine(m_in, error, m_file.warnings);
-                return;
-            }
-        } while (m_in.next());
+        forEachLine(m_in, m_file.warnings, [this] { return readRecordLine(); }, true);
     }
 
     // False at the EOF line.
@@ -230,8 +222,7 @@ private:
             m_file.warnings.push_back(path() + ": header announces " +
                                       std::to_string(m_file.header.numberOfEpochs) + " epochs, the file holds " +
                                       std::to_string(read));
-        if (!m_skipped.empty())
-            m_file.warnings.push_back(path() + ": " + m_skipped.message());
+        m_skipped.appendWarning(path(), m_file.warnings);
     }
 
     LineReader m_in;

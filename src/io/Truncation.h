@@ -17,6 +17,24 @@ namespace pppio {
 // rethrown.
 void acceptTruncatedLastLine(LineReader& in, const ReadError& error, std::vector<std::string>& warnings);
 
+// Runs handle() on each further line (first on the current one when
+// fromCurrentLine) until it returns false or the file ends. A malformed last
+// line cut short stops the reading with a warning: the result is then false.
+template <class Handle>
+bool forEachLine(LineReader& in, std::vector<std::string>& warnings, Handle handle, bool fromCurrentLine = false)
+{
+    for (bool more = fromCurrentLine || in.next(); more; more = in.next()) {
+        try {
+            if (!handle())
+                return true;
+        } catch (const ReadError& error) {
+            acceptTruncatedLastLine(in, error, warnings);
+            return false;
+        }
+    }
+    return true;
+}
+
 // Warning "<file>:<line>: <message>" for the reader's current line.
 std::string warningAt(const LineReader& in, const std::string& message);
 

@@ -75,4 +75,28 @@ void expectReadError(const std::function<void()>& load, const std::string& path,
     }
 }
 
+void expectMalformedCopies(const std::string& dataName, const std::vector<MalformedCopy>& copies,
+                           const std::function<void(const std::string&)>& read)
+{
+    for (const MalformedCopy& copy : copies) {
+        const std::string path = editedCopy(dataName, std::string("bad_") + copy.name, copy.edit);
+        SCOPED_TRACE(copy.name);
+        expectReadError([&] { read(path); }, path, static_cast<long>(copy.line), copy.message);
+    }
+}
+
+std::string garbageFile(const std::string& name, const std::string& head, int seed)
+{
+    std::string text = head;
+    unsigned state = static_cast<unsigned>(seed);
+    for (int i = 0; i < 4000; ++i) {
+        state = state * 1103515245u + 12345u;
+        text += i % 70 == 69 ? '\n' : static_cast<char>((state >> 16) % 255 + 1);
+    }
+    text += '\n';
+    const std::string path = scratchPath(name);
+    writeText(path, text);
+    return path;
+}
+
 }  // namespace testfiles

@@ -35,6 +35,22 @@ std::string editedCopy(const std::string& dataName, const std::string& scratchNa
 void expectReadError(const std::function<void()>& load, const std::string& path, long line,
                      const std::string& expectedText);
 
+// A malformed copy of a data file and the error it must give.
+struct MalformedCopy {
+    const char* name;
+    std::function<void(std::vector<std::string>&)> edit;
+    size_t line;            // 1-based line of the expected error
+    const char* message;    // part of the expected message
+};
+
+// Reads each edited copy of the data file with read(path) and checks the error.
+void expectMalformedCopies(const std::string& dataName, const std::vector<MalformedCopy>& copies,
+                           const std::function<void(const std::string&)>& read);
+
+// Writes a file of the given head followed by pseudo-random bytes (with
+// line ends) and returns its path.
+std::string garbageFile(const std::string& name, const std::string& head, int seed);
+
 }  // namespace testfiles
 
 #endif

@@ -175,40 +175,24 @@ TEST(AntennaTable, SatelliteOffsetsAndNadirPcv)
 
 TEST(AntexReader, MalformedLinesNameFileAndLine)
 {
-    const std::vector<std::string> lines = readLines(dataPath(kReceiver));
-    // Line numbers (1-based) of the receiver file.
-    struct Case {
-        const char* name;
-        size_t line;   // 1-based
-        std::function<void(std::string&)> edit;
-        const char* message;
-    };
-    const std::vector<Case> cases = {
-        {"version", 1, [](std::string& l) { l.replace(0, 8, "     2.0"); }, "ANTEX version 1.x"},
-        {"pcvtype", 2, [](std::string& l) { l[0] = 'X'; }, "PCV type"},
-        {"dazi", 9, [](std::string& l) { l.replace(2, 6, "   7.0"); }, "divisor of 360"},
-        {"dzen", 10, [](std::string& l) { l.replace(14, 6, "   3.0"); }, "multiple of DZEN"},
-        {"offset", 15, [](std::string& l) { l.replace(5, 5, " 1.x8"); }, "an offset in columns 1-10"},
-        {"value", 16, [](std::string& l) { l.replace(20, 3, "abc"); }, "phase centre variation in columns 17-24"},
-        {"extra", 16, [](std::string& l) { l += "    1.00"; }, "expected 17 values"},
-        {"short", 16, [](std::string& l) { l.resize(120); }, "phase centre variation in columns 121-128"},
-        {"endfreq", 17, [](std::string& l) { l.replace(60, 20, "COMMENT"); }, "END OF FREQUENCY"},
-        {"count", 11, [](std::string& l) { l.replace(0, 6, "     3"); }, "expected 3 frequency blocks"},
-        {"record", 12, [](std::string& l) { l.replace(60, 20, "SOMETHING"); }, "antenna record"},
-        {"between", 5, [](std::string& l) { l += "\nstray text"; }, "START OF ANTENNA"},
-    };
-    for (const Case& c : cases) {
-        std::vector<std::string> edited = lines;
-        c.edit(edited[c.line - 1]);
-        const std::string path = scratchPath(std::string("atx_bad_") + c.name);
-        writeLines(path, edited);
-        long line = static_cast<long>(c.line);
-        if (c.name == std::string("count"))
-            line = 22;   // found at END OF ANTENNA
-        if (c.name == std::string("between"))
-            line = 6;
-        expectReadError([&] { pppio::readAntex(path); }, path, line, c.message);
-    }
+    // Lines of the receiver file: 9 DAZI, 10 ZEN1 / ZEN2 / DZEN, 11 # OF FREQUENCIES,
+    // 15 NORTH / EAST / UP, 16 NOAZI, 17 END OF FREQUENCY, 22 END OF ANTENNA.
+    using Lines = std::vector<std::string>;
+    expectMalformedCopies(kReceiver,
+        {{"atx_version", [](Lines& l) { l[0].replace(0, 8, "     2.0"); }, 1, "ANTEX version 1.x"},
+         {"atx_pcvtype", [](Lines& l) { l[1][0] = 'X'; }, 2, "PCV type"},
+         {"atx_dazi", [](Lines& l) { l[8].replace(2, 6, "   7.0"); }, 9, "divisor of 360"},
+         {"atx_dzen", [](Lines& l) { l[9].replace(14, 6, "   3.0"); }, 10, "multiple of DZEN"},
+         {"atx_offset", [](Lines& l) { l[14].replace(5, 5, " 1.x8"); }, 15, "an offset in columns 1-10"},
+         {"atx_value", [](Lines& l) { l[15].replace(20, 3, "abc"); }, 16, "phase centre variation in columns 17-24"},
+         {"atx_extra", [](Lines& l) { l[15] += "    1.00"; }, 16, "expected 17 values"},
+         {"atx_short", [](Lines& l) { l[15].resize(120); }, 16, "phase centre variation in columns 121-128"},
+         {"atx_endfreq", [](Lines& l) { l[16].replace(60, 20, "COMMENT"); }, 17, "END OF FREQUENCY"},
+         // The count of frequency blocks is checked at END OF ANTENNA, the last line.
+         {"atx_count", [](Lines& l) { l[10].replace(0, 6, "     3"); }, 22, "expected 3 frequency blocks"},
+         {"atx_record", [](Lines& l) { l[11].replace(60, 20, "SOMETHING"); }, 12, "antenna record"},
+         {"atx_between", [](Lines& l) { l.insert(l.begin() + 5, "stray text"); }, 6, "START OF ANTENNA"}},
+        [](const std::string& path) { pppio::readAntex(path); });
 }
 
 TEST(AntexReader, SatelliteCodeMustBeReadable)
@@ -242,12 +226,10 @@ TEST(AntexReader, TruncatedFilesKeepTheCompleteAntennas)
 
 TEST(AntexReader, GarbageIsAnErrorNotACrash)
 {
-    std::string garbage = "     1.4            M                                       ANTEX VERSION / SYST\n"
-                          "                                                            END OF HEADER\n"
-                          "                                                            START OF ANTENNA\n";
-    for (int i = 0; i < 4000; ++i)
-        garbage += static_cast<char>((i * 89) % 240 + 10);
-    const std::string path = scratchPath("atx_garbage");
-    writeText(path, garbage);
-    EXPECT_THROW(pppio::readAntex(path), pppio::ReadError);
+    const std::string head = "     1.4            M                                       ANTEX VERSION / SYST\n"
+                             "                                                            END OF HEADER\n";
+    EXPECT_THROW(pppio::readAntex(garbageFile("atx_garbage", head, 1)), pppio::ReadError);
+    EXPECT_THROW(pppio::readAntex(garbageFile("atx_garbage", head + std::string(60, ' ') + "START OF ANTENNA\n", 2)),
+                 pppio::ReadError);
+    EXPECT_THROW(pppio::readAntex(garbageFile("atx_garbage", "", 3)), pppio::ReadError);
 }

@@ -179,35 +179,21 @@ TEST(ClockReader, SatellitesWithoutPackedIndexAreReported)
 TEST(ClockReader, MalformedLinesNameFileAndLine)
 {
     const std::vector<std::string> lines = readLines(dataPath(kClock));
-    const size_t first = findLine(lines, "AS ");
-    struct Case {
-        const char* name;
-        size_t line;     // index of the edited line
-        std::function<void(std::string&)> edit;
-        const char* message;
-    };
-    const std::vector<Case> cases = {
-        {"version", 0, [](std::string& l) { l.replace(0, 9, "     5.00"); }, "version 2.x or 3.x"},
-        {"type", 0, [](std::string& l) { l[20] = 'O'; }, "file type C"},
-        {"label", 0, [](std::string& l) { l.replace(60, 20, "SOMETHING ELSE"); }, "RINEX VERSION / TYPE"},
-        {"timesys", 3, [](std::string& l) { l.replace(3, 3, "UTC"); }, "unsupported time system 'UTC'"},
-        {"bias", first + 10, [](std::string& l) { l.replace(45, 3, "x.y"); }, "clock bias in columns 41-59"},
-        {"month", first + 10, [](std::string& l) { l.replace(12, 3, " 13"); }, "valid epoch"},
-        {"minute", first + 10, [](std::string& l) { l.replace(21, 3, " ab"); }, "the minute"},
-        {"satid", first + 10, [](std::string& l) { l[3] = 'X'; }, "satellite identifier"},
-        {"record", first + 10, [](std::string& l) { l = "XX garbage"; }, "clock data record"},
-    };
-    for (const Case& c : cases) {
-        std::vector<std::string> edited = lines;
-        c.edit(edited[c.line]);
-        const std::string path = scratchPath(std::string("clk_bad_") + c.name);
-        writeLines(path, edited);
-        // The unsupported time system is found at the END OF HEADER line.
-        const long expectedLine = c.name == std::string("timesys")
-                                      ? static_cast<long>(findLine(lines, std::string(60, ' ') + "END OF HEADER")) + 1
-                                      : static_cast<long>(c.line) + 1;
-        expectReadError([&] { pppio::readClock(path); }, path, expectedLine, c.message);
-    }
+    const size_t header = findLine(lines, std::string(60, ' ') + "END OF HEADER") + 1;
+    const size_t r = findLine(lines, "AS ") + 10;   // index of a record line
+    using Lines = std::vector<std::string>;
+    expectMalformedCopies(kClock,
+        {{"clk_version", [](Lines& l) { l[0].replace(0, 9, "     5.00"); }, 1, "version 2.x or 3.x"},
+         {"clk_type", [](Lines& l) { l[0][20] = 'O'; }, 1, "file type C"},
+         {"clk_label", [](Lines& l) { l[0].replace(60, 20, "SOMETHING ELSE"); }, 1, "RINEX VERSION / TYPE"},
+         // An unsupported time system is known at the end of the header.
+         {"clk_timesys", [](Lines& l) { l[3].replace(3, 3, "UTC"); }, header, "unsupported time system 'UTC'"},
+         {"clk_bias", [&](Lines& l) { l[r].replace(45, 3, "x.y"); }, r + 1, "clock bias in columns 41-59"},
+         {"clk_month", [&](Lines& l) { l[r].replace(12, 3, " 13"); }, r + 1, "valid epoch"},
+         {"clk_minute", [&](Lines& l) { l[r].replace(21, 3, " ab"); }, r + 1, "the minute"},
+         {"clk_satid", [&](Lines& l) { l[r][3] = 'X'; }, r + 1, "satellite identifier"},
+         {"clk_record", [&](Lines& l) { l[r] = "XX garbage"; }, r + 1, "clock data record"}},
+        [](const std::string& path) { pppio::readClock(path); });
 }
 
 TEST(ClockReader, TruncatedFilesKeepWhatWasRead)
@@ -235,12 +221,9 @@ TEST(ClockReader, TruncatedFilesKeepWhatWasRead)
 
 TEST(ClockReader, GarbageIsAnErrorNotACrash)
 {
-    std::string garbage = "     3.00           C";
-    for (int i = 0; i < 3000; ++i)
-        garbage += static_cast<char>((i * 131) % 253 + 1);
-    const std::string path = scratchPath("clk_garbage");
-    writeText(path, garbage);
-    EXPECT_THROW(pppio::readClock(path), pppio::ReadError);
-    writeText(path, "");
-    EXPECT_THROW(pppio::readClock(path), pppio::ReadError);
+    EXPECT_THROW(pppio::readClock(garbageFile("clk_garbage", "     3.00           C", 1)), pppio::ReadError);
+    const std::string header = "     3.00           C                                       RINEX VERSION / TYPE\n"
+                               "                                                            END OF HEADER\n";
+    EXPECT_THROW(pppio::readClock(garbageFile("clk_garbage", header, 2)), pppio::ReadError);
+    EXPECT_THROW(pppio::readClock(garbageFile("clk_garbage", "", 3)), pppio::ReadError);
 }

@@ -347,33 +347,22 @@ TEST(NavReader, MalformedLinesNameFileAndLine)
     const size_t g01 = findLine(lines, "G01 2020 06 25 04");
     const size_t r01 = findLine(lines, "R01 2020 06 25 00 15");
     const size_t header = findLine(lines, std::string(60, ' ') + "END OF HEADER");
-    struct Case {
-        const char* name;
-        std::function<void(std::vector<std::string>&)> edit;
-        size_t line;
-        const char* message;
-    };
-    const std::vector<Case> cases = {
-        {"version", [](std::vector<std::string>& l) { l[0].replace(0, 9, "     2.11"); }, 0, "RINEX 3 navigation"},
-        {"iono", [](std::vector<std::string>& l) { l[3].replace(8, 3, "abc"); }, 3, "ionosphere coefficient"},
-        {"id", [&](std::vector<std::string>& l) { l[g01][0] = 'X'; }, g01, "satellite identifier"},
-        {"date", [&](std::vector<std::string>& l) { l[g01].replace(9, 2, "14"); }, g01, "valid epoch"},
-        {"clock", [&](std::vector<std::string>& l) { l[g01].replace(30, 3, "?!?"); }, g01, "clock parameter"},
-        {"orbit", [&](std::vector<std::string>& l) { l[g01 + 3].replace(10, 2, "xx"); }, g01 + 3, "broadcast orbit value"},
-        {"missing", [&](std::vector<std::string>& l) { l.erase(l.begin() + static_cast<long>(g01) + 5); }, g01 + 7,
-         "expected 7 broadcast orbit lines"},
-        {"extra", [&](std::vector<std::string>& l) { l.insert(l.begin() + static_cast<long>(r01) + 5, l[r01 + 4]); },
-         r01 + 5, "has 4 broadcast orbit lines"},
-        {"orphan", [&](std::vector<std::string>& l) { l.insert(l.begin() + static_cast<long>(header) + 1, l[g01 + 1]); },
-         header + 1, "starting a navigation record"},
-    };
-    for (const Case& c : cases) {
-        std::vector<std::string> edited = lines;
-        c.edit(edited);
-        const std::string path = scratchPath(std::string("nav_bad_") + c.name);
-        writeLines(path, edited);
-        expectReadError([&] { pppio::readNav(path); }, path, static_cast<long>(c.line) + 1, c.message);
-    }
+    using Lines = std::vector<std::string>;
+    // Error lines are 1-based, the indexes above 0-based.
+    expectMalformedCopies(kNav,
+        {{"nav_version", [](Lines& l) { l[0].replace(0, 9, "     2.11"); }, 1, "RINEX 3 navigation"},
+         {"nav_iono", [](Lines& l) { l[3].replace(8, 3, "abc"); }, 4, "ionosphere coefficient"},
+         {"nav_id", [&](Lines& l) { l[g01][0] = 'X'; }, g01 + 1, "satellite identifier"},
+         {"nav_date", [&](Lines& l) { l[g01].replace(9, 2, "14"); }, g01 + 1, "valid epoch"},
+         {"nav_clock", [&](Lines& l) { l[g01].replace(30, 3, "?!?"); }, g01 + 1, "clock parameter"},
+         {"nav_orbit", [&](Lines& l) { l[g01 + 3].replace(10, 2, "xx"); }, g01 + 4, "broadcast orbit value"},
+         {"nav_missing", [&](Lines& l) { l.erase(l.begin() + static_cast<long>(g01) + 5); }, g01 + 8,
+          "expected 7 broadcast orbit lines"},
+         {"nav_extra", [&](Lines& l) { l.insert(l.begin() + static_cast<long>(r01) + 5, l[r01 + 4]); }, r01 + 6,
+          "has 4 broadcast orbit lines"},
+         {"nav_orphan", [&](Lines& l) { l.insert(l.begin() + static_cast<long>(header) + 1, l[g01 + 1]); },
+          header + 2, "starting a navigation record"}},
+        [](const std::string& path) { pppio::readNav(path); });
 }
 
 TEST(NavReader, TruncatedFilesKeepTheCompleteRecords)
@@ -409,11 +398,8 @@ TEST(NavReader, TruncatedFilesKeepTheCompleteRecords)
 
 TEST(NavReader, GarbageIsAnErrorNotACrash)
 {
-    std::string garbage = "     3.04           N                   M                   RINEX VERSION / TYPE\n"
-                          "                                                            END OF HEADER\n";
-    for (int i = 0; i < 4000; ++i)
-        garbage += static_cast<char>((i * 97) % 250 + 3);
-    const std::string path = scratchPath("nav_garbage");
-    writeText(path, garbage);
-    EXPECT_THROW(pppio::readNav(path), pppio::ReadError);
+    const std::string header = "     3.04           N                   M                   RINEX VERSION / TYPE\n"
+                               "                                                            END OF HEADER\n";
+    EXPECT_THROW(pppio::readNav(garbageFile("nav_garbage", header, 1)), pppio::ReadError);
+    EXPECT_THROW(pppio::readNav(garbageFile("nav_garbage", "", 2)), pppio::ReadError);
 }

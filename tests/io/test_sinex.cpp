@@ -122,34 +122,22 @@ TEST(SinexReader, TheHighestSolutionNumberIsKept)
 TEST(SinexReader, MalformedLinesNameFileAndLine)
 {
     const std::vector<std::string> lines = readLines(dataPath(kSinex));
-    const size_t ab09 = findLine(lines, " AB09  A 49419M001");
-    const size_t stax = findLine(lines, "     1 STAX");
-    struct Case {
-        const char* name;
-        size_t line;   // index of the edited line
-        std::function<void(std::string&)> edit;
-        const char* message;
-    };
-    const std::vector<Case> cases = {
-        {"header", 0, [](std::string& l) { l = "%=XYZ"; }, "%=SNX"},
-        {"lon", ab09, [](std::string& l) { l.replace(51, 4, "1x.3"); }, "the longitude"},
-        {"lat", ab09, [](std::string& l) { l.replace(56, 3, "-95"); }, "latitude of -90-90"},
-        {"value", stax, [](std::string& l) { l.replace(50, 3, "..."); }, "estimated value in columns 48-68"},
-        {"unit", stax, [](std::string& l) { l.replace(40, 4, "mm  "); }, "unit m in columns 41-44"},
-        {"epoch", stax, [](std::string& l) { l.replace(27, 12, "20-316-43200"); }, "epoch YY:DDD:SSSSS"},
-        {"doy", stax, [](std::string& l) { l.replace(30, 3, "400"); }, "day of year 1-366"},
-        {"soln", stax, [](std::string& l) { l.replace(22, 4, "  ab"); }, "solution number"},
-        {"nested", ab09, [](std::string& l) { l = "+SITE/ANTENNA"; }, "expected -SITE/ID before a new block"},
-        {"close", ab09, [](std::string& l) { l = "-SITE/RECEIVER"; }, "-SITE/ID to close"},
-        {"stray", ab09, [](std::string& l) { l = "#stray"; }, "expected a SINEX line"},
-    };
-    for (const Case& c : cases) {
-        std::vector<std::string> edited = lines;
-        c.edit(edited[c.line]);
-        const std::string path = scratchPath(std::string("snx_bad_") + c.name);
-        writeLines(path, edited);
-        expectReadError([&] { pppio::readSinex(path); }, path, static_cast<long>(c.line) + 1, c.message);
-    }
+    const size_t id = findLine(lines, " AB09  A 49419M001");   // indexes of the edited lines
+    const size_t est = findLine(lines, "     1 STAX");
+    using Lines = std::vector<std::string>;
+    expectMalformedCopies(kSinex,
+        {{"snx_header", [](Lines& l) { l[0] = "%=XYZ"; }, 1, "%=SNX"},
+         {"snx_lon", [&](Lines& l) { l[id].replace(51, 4, "1x.3"); }, id + 1, "the longitude"},
+         {"snx_lat", [&](Lines& l) { l[id].replace(56, 3, "-95"); }, id + 1, "latitude of -90-90"},
+         {"snx_value", [&](Lines& l) { l[est].replace(50, 3, "..."); }, est + 1, "estimated value in columns 48-68"},
+         {"snx_unit", [&](Lines& l) { l[est].replace(40, 4, "mm  "); }, est + 1, "unit m in columns 41-44"},
+         {"snx_epoch", [&](Lines& l) { l[est].replace(27, 12, "20-316-43200"); }, est + 1, "epoch YY:DDD:SSSSS"},
+         {"snx_doy", [&](Lines& l) { l[est].replace(30, 3, "400"); }, est + 1, "day of year 1-366"},
+         {"snx_soln", [&](Lines& l) { l[est].replace(22, 4, "  ab"); }, est + 1, "solution number"},
+         {"snx_nested", [&](Lines& l) { l[id] = "+SITE/ANTENNA"; }, id + 1, "expected -SITE/ID before a new block"},
+         {"snx_close", [&](Lines& l) { l[id] = "-SITE/RECEIVER"; }, id + 1, "-SITE/ID to close"},
+         {"snx_stray", [&](Lines& l) { l[id] = "#stray"; }, id + 1, "expected a SINEX line"}},
+        [](const std::string& path) { pppio::readSinex(path); });
 }
 
 TEST(SinexReader, TruncatedFilesKeepWhatWasRead)
@@ -175,10 +163,7 @@ TEST(SinexReader, TruncatedFilesKeepWhatWasRead)
 
 TEST(SinexReader, GarbageIsAnErrorNotACrash)
 {
-    std::string garbage = "%=SNX 2.02\n+SITE/ID\n";
-    for (int i = 0; i < 3000; ++i)
-        garbage += i % 70 == 69 ? '\n' : static_cast<char>((i * 61) % 230 + 20);
-    const std::string path = scratchPath("snx_garbage");
-    writeText(path, garbage);
-    EXPECT_THROW(pppio::readSinex(path), pppio::ReadError);
+    EXPECT_THROW(pppio::readSinex(garbageFile("snx_garbage", "%=SNX 2.02\n+SITE/ID\n", 1)), pppio::ReadError);
+    EXPECT_THROW(pppio::readSinex(garbageFile("snx_garbage", "%=SNX 2.02\n+SOLUTION/ESTIMATE\n", 2)), pppio::ReadError);
+    EXPECT_THROW(pppio::readSinex(garbageFile("snx_garbage", "", 3)), pppio::ReadError);
 }

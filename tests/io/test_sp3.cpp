@@ -42,6 +42,18 @@ size_t RecordLine(const std::vector<std::string>& lines, const std::string& epoc
     return findLine(lines, "P" + sat, start);
 }
 
+// Copy of the day's file without one P record, whose position is returned in truth.
+std::string WithoutRecord(const std::string& epoch, const std::string& sat, double truth[3])
+{
+    std::vector<std::string> lines = readLines(dataPath(kDay));
+    const size_t index = RecordLine(lines, epoch, sat);
+    PositionOfLine(lines[index], truth);
+    lines.erase(lines.begin() + static_cast<long>(index));
+    const std::string path = scratchPath("sp3_without_" + sat + ".SP3");
+    writeLines(path, lines);
+    return path;
+}
+
 }  // namespace
 
 TEST(Sp3Reader, HeaderAndRecordsMatchTheFileText)
@@ -82,19 +94,11 @@ TEST(Sp3Reader, HeaderAndRecordsMatchTheFileText)
 // the neighbours (a 30-min hole in the middle) must reproduce it.
 TEST(PreciseOrbit, LagrangeReproducesALeftOutRecord)
 {
-    const std::vector<std::string> original = readLines(dataPath(kDay));
     const char* sats[] = {"G01", "G02", "G05", "G21", "R01", "R02", "E01", "E02"};
     for (const char* sat : sats) {
-        std::vector<std::string> lines = original;
-        const size_t index = RecordLine(lines, "*  2020  6 25  3  0", sat);
         double truth[3];
-        PositionOfLine(lines[index], truth);
-        lines.erase(lines.begin() + static_cast<long>(index));
-        const std::string path = scratchPath("sp3_leave_out.SP3");
-        writeLines(path, lines);
-
         pppio::PreciseOrbit orbit;
-        orbit.load(path);
+        orbit.load(WithoutRecord("*  2020  6 25  3  0", sat, truth));
         const int iprn = prn2iprn(std::stoi(std::string(sat + 1)), sat[0]);
         double xyz[3];
         ASSERT_TRUE(orbit.position(iprn, At(25, 3, 0), xyz)) << sat;
@@ -132,14 +136,8 @@ TEST(PreciseOrbit, VelocityMatchesPositionDifferencesAndOrbitalSpeed)
 // its samples from the file of the day before.
 TEST(PreciseOrbit, InterpolatesAcrossTheDayBoundary)
 {
-    std::vector<std::string> lines = readLines(dataPath(kDay));
-    const size_t index = RecordLine(lines, "*  2020  6 25  0  0", "G05");
     double truth[3];
-    PositionOfLine(lines[index], truth);
-    lines.erase(lines.begin() + static_cast<long>(index));
-    const std::string path = scratchPath("sp3_day_without_midnight.SP3");
-    writeLines(path, lines);
-
+    const std::string path = WithoutRecord("*  2020  6 25  0  0", "G05", truth);
     pppio::PreciseOrbit orbit;
     orbit.load(dataPath(kDayBefore));
     orbit.load(path);
@@ -335,27 +333,19 @@ TEST(Sp3Reader, WantedSatellitesAndSatellitesWithoutPackedIndex)
 
 TEST(Sp3Reader, MalformedLinesNameFileAndLine)
 {
-    struct Case {
-        const char* name;
-        std::function<void(std::vector<std::string>&)> edit;
-        long line;
-        const char* message;
-    };
-    const std::vector<Case> cases = {
-        {"first", [](std::vector<std::string>& l) { l[0][1] = 'a'; }, 1, "SP3-c or SP3-d"},
-        {"flag", [](std::vector<std::string>& l) { l[0][2] = 'X'; }, 1, "flag P or V"},
-        {"interval", [](std::vector<std::string>& l) { l[1].replace(24, 14, "          abc "); }, 2, "epoch interval"},
-        {"timesys", [](std::vector<std::string>& l) { l[12].replace(9, 3, "UTC"); }, 13, "time system 'UTC'"},
-        {"header", [](std::vector<std::string>& l) { l[14] = "garbage"; }, 15, "SP3 header line"},
-        {"epoch", [](std::vector<std::string>& l) { l[22].replace(8, 2, "13"); }, 23, "valid date"},
-        {"coord", [](std::vector<std::string>& l) { l[30].replace(20, 3, "x.y"); }, 31, "a coordinate in columns 19-32"},
-        {"record", [](std::vector<std::string>& l) { l[41] = "Q something"; }, 42, "SP3 record"},
-        {"satid", [](std::vector<std::string>& l) { l[41][1] = 'X'; }, 42, "satellite identifier"},
-    };
-    for (const Case& c : cases) {
-        const std::string path = editedCopy(kDay, std::string("sp3_bad_") + c.name, c.edit);
-        expectReadError([&] { pppio::readSp3(path); }, path, c.line, c.message);
-    }
+    // Lines of the file: 13 the first %c line, 23 the first epoch, 31 and 42 P records.
+    using Lines = std::vector<std::string>;
+    expectMalformedCopies(kDay,
+        {{"sp3_first", [](Lines& l) { l[0][1] = 'a'; }, 1, "SP3-c or SP3-d"},
+         {"sp3_flag", [](Lines& l) { l[0][2] = 'X'; }, 1, "flag P or V"},
+         {"sp3_interval", [](Lines& l) { l[1].replace(24, 14, "          abc "); }, 2, "epoch interval"},
+         {"sp3_timesys", [](Lines& l) { l[12].replace(9, 3, "UTC"); }, 13, "time system 'UTC'"},
+         {"sp3_header", [](Lines& l) { l[14] = "garbage"; }, 15, "SP3 header line"},
+         {"sp3_epoch", [](Lines& l) { l[22].replace(8, 2, "13"); }, 23, "valid date"},
+         {"sp3_coord", [](Lines& l) { l[30].replace(20, 3, "x.y"); }, 31, "a coordinate in columns 19-32"},
+         {"sp3_record", [](Lines& l) { l[41] = "Q something"; }, 42, "SP3 record"},
+         {"sp3_satid", [](Lines& l) { l[41][1] = 'X'; }, 42, "satellite identifier"}},
+        [](const std::string& path) { pppio::readSp3(path); });
 }
 
 TEST(Sp3Reader, TruncatedFilesKeepWhatWasRead)
@@ -396,12 +386,14 @@ TEST(Sp3Reader, TruncatedFilesKeepWhatWasRead)
 
 TEST(Sp3Reader, GarbageAndEmptyFilesAreErrorsNotCrashes)
 {
-    std::string garbage;
-    for (int i = 0; i < 5000; ++i)
-        garbage += static_cast<char>((i * 7919) % 251 + 1);
-    const std::string path = scratchPath("sp3_garbage");
-    writeText(path, garbage);
-    EXPECT_THROW(pppio::readSp3(path), pppio::ReadError);
+    EXPECT_THROW(pppio::readSp3(garbageFile("sp3_garbage", "", 1)), pppio::ReadError);
+    // Garbage after a valid header and first epoch line.
+    const std::vector<std::string> lines = readLines(dataPath(kDay));
+    std::string head;
+    for (size_t i = 0; i <= findLine(lines, "*"); ++i)
+        head += lines[i] + "\n";
+    EXPECT_THROW(pppio::readSp3(garbageFile("sp3_garbage", head, 2)), pppio::ReadError);
+    const std::string path = scratchPath("sp3_empty");
     writeText(path, "");
     EXPECT_THROW(pppio::readSp3(path), pppio::ReadError);
     EXPECT_THROW(pppio::readSp3(scratchPath("sp3_does_not_exist")), pppio::ReadError);

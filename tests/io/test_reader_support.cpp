@@ -4,6 +4,8 @@
 #include <string>
 
 #include "io/FieldParse.h"
+#include "io/GpsTime.h"
+#include "io/Lagrange.h"
 #include "io/SatelliteId.h"
 
 using pppio::FieldStatus;
@@ -55,11 +57,14 @@ TEST(FieldParse, LongMantissasAndLargeExponents)
     EXPECT_EQ(v, 1234567890.123456789012);
     ASSERT_EQ(Real("12345678901234567890123", v), FieldStatus::Ok);
     EXPECT_EQ(v, 12345678901234567890123.0);
+    ASSERT_EQ(Real(" -1234567890.123456789012 ", v), FieldStatus::Ok);
+    EXPECT_EQ(v, -1234567890.123456789012);
     ASSERT_EQ(Real("1.5e-30", v), FieldStatus::Ok);
     EXPECT_EQ(v, 1.5e-30);
     ASSERT_EQ(Real("0.000000000000000000000000123", v), FieldStatus::Ok);
     EXPECT_EQ(v, 1.23e-25);
     EXPECT_EQ(Real("1e999", v), FieldStatus::Bad);
+    EXPECT_EQ(Real(("1" + std::string(70, '0')).c_str(), v), FieldStatus::Bad);   // too long to convert
 }
 
 TEST(FieldParse, BlankAndMalformedFields)
@@ -127,4 +132,77 @@ TEST(SatelliteId, IdentifiersAndPackedIndexes)
     EXPECT_FALSE(set.contains(0));
     EXPECT_TRUE(pppio::SatelliteSet::all().contains(124));
     EXPECT_FALSE(pppio::SatelliteSet::all().contains(0));
+}
+
+TEST(GpsTime, CalendarChecksAndConversion)
+{
+    EXPECT_TRUE(pppio::validCalendar(2020, 2, 29, 0, 0, 0.0));
+    EXPECT_FALSE(pppio::validCalendar(2021, 2, 29, 0, 0, 0.0));
+    EXPECT_FALSE(pppio::validCalendar(2100, 2, 29, 0, 0, 0.0));
+    EXPECT_FALSE(pppio::validCalendar(2020, 4, 31, 0, 0, 0.0));
+    EXPECT_TRUE(pppio::validCalendar(2020, 6, 25, 24, 0, 0.0));   // 24:00 is written by some programs
+    EXPECT_FALSE(pppio::validCalendar(2020, 13, 1, 0, 0, 0.0));
+    EXPECT_FALSE(pppio::validCalendar(2020, 6, 25, 12, 60, 0.0));
+    EXPECT_FALSE(pppio::validCalendar(2020, 6, 25, 12, 0, 61.0));
+
+    // 2020-06-25 is the Thursday of GPS week 2111; 24:00 is the next day.
+    const tagGPSTIME2 t = pppio::gpsTimeFromCalendar(2020, 6, 25, 24, 0, 0.0);
+    EXPECT_EQ(t.week, 2111);
+    EXPECT_DOUBLE_EQ(t.sow, 5 * 86400.0);
+    const tagGPSTIME2 sunday = pppio::gpsTimeFromCalendar(2020, 6, 28, 0, 0, 0.0);
+    EXPECT_EQ(sunday.week, 2112);
+    EXPECT_DOUBLE_EQ(sunday.sow, 0.0);
+    const tagGPSTIME2 back = pppio::shiftedTime(sunday, -0.5);
+    EXPECT_EQ(back.week, 2111);
+    EXPECT_DOUBLE_EQ(back.sow, 604799.5);
+    const tagGPSTIME2 ahead = pppio::shiftedTime(back, 2 * 604800.0 + 1.0);
+    EXPECT_EQ(ahead.week, 2114);
+    EXPECT_DOUBLE_EQ(ahead.sow, 0.5);
+    EXPECT_DOUBLE_EQ(pppio::secondsBetween(ahead, back), 2 * 604800.0 + 1.0);
+}
+
+TEST(GpsTime, TimeSystemsAndLeapSeconds)
+{
+    double offset = 1.0;
+    ASSERT_TRUE(pppio::timeSystemToGps("GPS", -1, offset));
+    EXPECT_EQ(offset, 0.0);
+    ASSERT_TRUE(pppio::timeSystemToGps("", -1, offset));
+    EXPECT_EQ(offset, 0.0);
+    ASSERT_TRUE(pppio::timeSystemToGps("BDT", -1, offset));
+    EXPECT_EQ(offset, 14.0);
+    ASSERT_TRUE(pppio::timeSystemToGps("TAI", -1, offset));
+    EXPECT_EQ(offset, -19.0);
+    EXPECT_FALSE(pppio::timeSystemToGps("UTC", -1, offset));
+    ASSERT_TRUE(pppio::timeSystemToGps("UTC", 18, offset));
+    EXPECT_EQ(offset, 18.0);
+    ASSERT_TRUE(pppio::timeSystemToGps("GLO", 18, offset));
+    EXPECT_EQ(offset, 18.0 - 10800.0);
+    EXPECT_FALSE(pppio::timeSystemToGps("XYZ", 18, offset));
+
+    EXPECT_EQ(pppio::leapSecondsAt(pppio::gpsTimeFromCalendar(2020, 6, 25, 0, 0, 0.0)), 18);
+    EXPECT_EQ(pppio::leapSecondsAt(pppio::gpsTimeFromCalendar(2016, 12, 31, 23, 59, 0.0)), 17);
+    EXPECT_EQ(pppio::leapSecondsAt(pppio::gpsTimeFromCalendar(2017, 1, 1, 0, 0, 18.0)), 18);
+    EXPECT_EQ(pppio::leapSecondsAt(pppio::gpsTimeFromCalendar(1980, 1, 6, 0, 0, 0.0)), 0);
+}
+
+// A cubic is reproduced exactly by 4 or more nodes, with its derivative,
+// also at a node and with unevenly spaced nodes.
+TEST(Lagrange, ReproducesPolynomialsAndTheirDerivatives)
+{
+    auto f = [](double x) { return 2.0 - 3.0 * x + 0.5 * x * x * x; };
+    auto df = [](double x) { return -3.0 + 1.5 * x * x; };
+    const double nodes[5] = {-2.0, -0.5, 1.0, 1.5, 4.0};
+    double y[5], w[5], dw[5];
+    for (int i = 0; i < 5; ++i)
+        y[i] = f(nodes[i]);
+    for (double t : {-1.3, 0.0, 1.0, 3.7}) {
+        pppio::lagrangeWeights(nodes, 5, t, w, dw);
+        double value = 0.0, slope = 0.0;
+        for (int i = 0; i < 5; ++i) {
+            value += w[i] * y[i];
+            slope += dw[i] * y[i];
+        }
+        EXPECT_NEAR(value, f(t), 1e-12) << t;
+        EXPECT_NEAR(slope, df(t), 1e-12) << t;
+    }
 }
