@@ -28,7 +28,7 @@ bool LooksGzipped(const std::string& path)
 
 LineReader::LineReader(const std::string& path)
     : m_path(path), m_handle(nullptr), m_lineNumber(0), m_buffer(nullptr), m_bufferSize(kBufferSize),
-      m_bufferPos(0), m_bufferEnd(0), m_eof(false)
+      m_bufferPos(0), m_bufferEnd(0), m_eof(false), m_terminated(true)
 {
 #ifdef PPPIO_HAVE_ZLIB
     // gzopen reads uncompressed files transparently as well.
@@ -86,6 +86,7 @@ bool LineReader::fillBuffer()
 bool LineReader::next()
 {
     m_line.clear();
+    m_terminated = false;
     bool any = false;
     for (;;) {
         if (m_bufferPos == m_bufferEnd && !fillBuffer())
@@ -95,6 +96,7 @@ bool LineReader::next()
         const size_t available = m_bufferEnd - m_bufferPos;
         const char* newline = static_cast<const char*>(std::memchr(start, '\n', available));
         if (newline) {
+            m_terminated = true;
             m_line.append(start, static_cast<size_t>(newline - start));
             m_bufferPos += static_cast<size_t>(newline - start) + 1;
             break;

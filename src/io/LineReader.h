@@ -23,6 +23,9 @@ public:
     const std::string& line() const { return m_line; }
     long lineNumber() const { return m_lineNumber; }
     const std::string& path() const { return m_path; }
+    // False when the current line ended at the end of the file without a
+    // line end: the usual sign of a file cut short.
+    bool lineTerminated() const { return m_terminated; }
 
     // Throws ReadError for the current line with the given explanation.
     [[noreturn]] void fail(const std::string& message) const;
@@ -39,6 +42,7 @@ private:
     size_t m_bufferPos;
     size_t m_bufferEnd;
     bool m_eof;
+    bool m_terminated;
 };
 
 }  // namespace pppio

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <string>
 
+#include "TestFiles.h"
 #include "io/LineReader.h"
 
 #ifdef PPPIO_HAVE_ZLIB
@@ -13,25 +14,11 @@ namespace {
 
 std::string TempPath(const std::string& name)
 {
-    return std::string(PPP_BINARY_DIR) + "/linereader_" + name;
+    return testfiles::scratchPath("linereader_" + name);
 }
 
-void WriteFile(const std::string& path, const std::string& content)
-{
-    FILE* f = std::fopen(path.c_str(), "wb");
-    ASSERT_NE(f, nullptr);
-    std::fwrite(content.data(), 1, content.size(), f);
-    std::fclose(f);
-}
-
-std::vector<std::string> ReadAll(const std::string& path)
-{
-    pppio::LineReader reader(path);
-    std::vector<std::string> lines;
-    while (reader.next())
-        lines.push_back(reader.line());
-    return lines;
-}
+const auto& WriteFile = testfiles::writeText;
+const auto& ReadAll = testfiles::readLines;
 
 TEST(LineReader, SplitsLinesAndDropsLineEnds)
 {
@@ -119,3 +106,19 @@ TEST(LineReader, ReadsGzipAndTruncatedGzip)
 #endif
 
 }  // namespace
+
+TEST(LineReader, TellsWhetherTheLastLineHasALineEnd)
+{
+    const std::string path = TempPath("terminated.txt");
+    WriteFile(path, "one\ntwo\n");
+    pppio::LineReader complete(path);
+    while (complete.next())
+        EXPECT_TRUE(complete.lineTerminated());
+    WriteFile(path, "one\ntw");
+    pppio::LineReader cut(path);
+    ASSERT_TRUE(cut.next());
+    EXPECT_TRUE(cut.lineTerminated());
+    ASSERT_TRUE(cut.next());
+    EXPECT_FALSE(cut.lineTerminated());
+    EXPECT_EQ(cut.line(), "tw");
+}
