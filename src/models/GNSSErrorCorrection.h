@@ -62,6 +62,8 @@ public:
     int ECEF2RTN(tagCRDCARTESIAN pos, tagCRDCARTESIAN vel, tagCRDCARTESIAN* out);
     int ECEF2RTN(tagCRDCARTESIAN pos, tagCRDCARTESIAN vel, tagCRDCARTESIAN v, tagCRDCARTESIAN* out);
     int RTN2ECEF(tagCRDCARTESIAN pos, tagCRDCARTESIAN vel, tagCRDCARTESIAN v, tagCRDCARTESIAN* out);
+    // The R, T, N unit vectors as the rows of a row-major 3x3 matrix.
+    int RtnRows(tagCRDCARTESIAN pos, tagCRDCARTESIAN vel, double* rows);
     // Row-major matrices of doubles with explicit row and column counts.
     int MatrixMinus(const double* a, const double* b, double* out, int rows, int cols);
     int MatrixAdd(const double* a, const double* b, double* out, int rows, int cols);
@@ -69,6 +71,7 @@ public:
     int MatrixMulti(const double* a, const double* b, double* out, int rowsA, int colsA, int colsB);
 
     // ---- solid earth tide, Sun and Moon
+    // Epochs are GPS calendar time; t below is in Julian centuries since J2000.0.
     int GetSolidTide(tagCOMMONTIME2 t, tagCRDCARTESIAN pos, long double* disp);
     int TIDE(long double* pos, long double* sun, long double* moon, long double* disp);
     int SPROD(long double* x, long double* y, long double* scal, long double* r1, long double* r2);
@@ -76,14 +79,31 @@ public:
     int Moon(int year, int month, int day, double hour, long double* pos);
     double Julian(int year, int month, int day, double hour);
     int fjldy(int year, int month, int day, double hour, double* jd);
+    // Greenwich apparent sidereal time (radians); t counts universal time.
     double S0(double t);
+    // n: mean to true equator of date; out: dpsi, deps, mean obliquity (radians).
     int Nutation(double t, double (*n)[3], double* out);
+    // p: mean equator of J2000.0 to mean equator of date (IAU 1976).
     int Precession(double t, double (*p)[3]);
+    // p: mean ecliptic and equinox of date to mean equator of J2000.0.
     int PRAE(double t, long double (*p)[3]);
+    // Angle in radians reduced to [0, 2 pi).
     double ARCMOD(double a);
     int DMLMTV(long double* v, long double (*m)[3], long double* out);
     int MultMatrix1(double (*m)[3], long double* v, long double* out);
     int ep2doy(const double* ep);
+    // Stages of SUN and Moon. lbr: geocentric ecliptic longitude and latitude
+    // (radians, mean ecliptic and equinox of date) and distance (metres).
+    int SolarSeries(double t, double* lbr);
+    int MONSTO(double t, double* lbr);
+    int EclipticToJ2000(double t, const double* lbr, long double* pos);
+    // tt, ut: the epoch in dynamical and universal time; polar motion neglected.
+    int J2000ToEarthFixed(double tt, double ut, long double* in, long double* out);
+    // SUN and Moon: one of the two series at a GPS calendar epoch, Earth-fixed.
+    int SeriesToEarthFixed(int (CGNSSErrorCorrection::*series)(double, double*), int year, int month, int day,
+                           double hour, long double* pos);
+    // Position from FK4 (B1950.0) to FK5 (J2000.0), or back when toFK5 is false.
+    int FK4FK5(const long double* in, long double* out, bool toFK5);
 
     // ---- antenna phase centres
     int GetRecPCVFromBern(const char* file, const char* antenna, tagPCVINFO* info);

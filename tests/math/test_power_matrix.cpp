@@ -1,0 +1,200 @@
+#include <gtest/gtest.h>
+
+#include <random>
+#include <vector>
+
+#include "math/PowerMatrix.h"
+
+namespace {
+
+CPowerMatrix Make(int rows, int cols, std::vector<double> values)
+{
+    return CPowerMatrix(values.data(), rows, cols);
+}
+
+std::vector<double> Values(const CPowerMatrix& m)
+{
+    std::vector<double> v(static_cast<size_t>(m.GetRowNumber()) * m.GetColumnNumber());
+    m.GetData(v.data());
+    return v;
+}
+
+bool IsEmpty(const CPowerMatrix& m)
+{
+    return m.GetRowNumber() == 0 && m.GetColumnNumber() == 0;
+}
+
+void ExpectMatrix(const CPowerMatrix& m, int rows, int cols, const std::vector<double>& values, double tol = 0.0)
+{
+    ASSERT_EQ(m.GetRowNumber(), rows);
+    ASSERT_EQ(m.GetColumnNumber(), cols);
+    const std::vector<double> got = Values(m);
+    for (size_t i = 0; i < values.size(); ++i)
+        EXPECT_NEAR(got[i], values[i], tol) << "element " << i;
+}
+
+}  // namespace
+
+TEST(PowerMatrix, InverseSelectsTheFullPivot)
+{
+    ExpectMatrix(Make(2, 2, {0, 1, 1, 0}).GetInverseMatrix(), 2, 2, {0, 1, 1, 0});
+    ExpectMatrix(Make(2, 2, {4, 7, 2, 6}).GetInverseMatrix(), 2, 2, {0.6, -0.7, -0.2, 0.4}, 1e-15);
+    ExpectMatrix(Make(3, 3, {0, 0, 2, 0, 3, 0, 5, 0, 0}).GetInverseMatrix(), 3, 3,
+                 {0, 0, 0.2, 0, 1.0 / 3, 0, 0.5, 0, 0}, 1e-15);
+}
+
+TEST(PowerMatrix, InverseTimesMatrixIsIdentity)
+{
+    std::mt19937 rng(42);
+    std::uniform_real_distribution<double> u(-1.0, 1.0);
+    for (int n = 1; n <= 30; ++n) {
+        CPowerMatrix a;
+        a.InitZeroMatrix(n, n);
+        for (int i = 0; i < n; ++i)
+            for (int j = 0; j < n; ++j)
+                a.ChangeMember(i, j, u(rng) + (i == j ? n : 0));
+        CPowerMatrix identity;
+        identity.SetIdentity(n);
+        ExpectMatrix(a * a.GetInverseMatrix(), n, n, Values(identity), 1e-13);
+        ExpectMatrix(a % a, n, n, Values(identity), 1e-13);
+    }
+}
+
+TEST(PowerMatrix, SingularAndNonSquareInversesAreEmpty)
+{
+    const CPowerMatrix singular = Make(2, 2, {1, 2, 2, 4});
+    const CPowerMatrix a = Make(2, 2, {1, 0, 0, 1});
+    CPowerMatrix inverse = a;
+    EXPECT_EQ(singular.GetInverseMatrix(inverse), 0);
+    EXPECT_TRUE(IsEmpty(inverse));
+    EXPECT_EQ(Make(1, 2, {1, 2}).GetInverseMatrix(inverse), 0);
+    EXPECT_TRUE(IsEmpty(a / singular));
+    EXPECT_TRUE(IsEmpty(singular % a));
+    EXPECT_EQ(CPowerMatrix::invers_matrix(Values(singular).data(), 2), 0);
+}
+
+TEST(PowerMatrix, DivisionOperators)
+{
+    const CPowerMatrix a = Make(1, 2, {1, 2});
+    const CPowerMatrix b = Make(2, 2, {2, 0, 0, 4});
+    ExpectMatrix(a / b, 1, 2, {0.5, 0.5});
+    ExpectMatrix(b % Make(2, 1, {1, 2}), 2, 1, {0.5, 0.5});
+    ExpectMatrix(b / 2.0, 2, 2, {1, 0, 0, 2});
+}
+
+TEST(PowerMatrix, Arithmetic)
+{
+    const CPowerMatrix a = Make(2, 3, {1, 2, 3, 4, 5, 6});
+    const CPowerMatrix b = Make(3, 2, {7, 8, 9, 10, 11, 12});
+    ExpectMatrix(a * b, 2, 2, {58, 64, 139, 154});
+    ExpectMatrix(a + a, 2, 3, {2, 4, 6, 8, 10, 12});
+    ExpectMatrix(a - a * 3.0, 2, 3, {-2, -4, -6, -8, -10, -12});
+    ExpectMatrix(-a, 2, 3, {-1, -2, -3, -4, -5, -6});
+    EXPECT_TRUE(IsEmpty(a + b));
+    EXPECT_TRUE(IsEmpty(a - b));
+    // The inner dimension comes from the left operand: extra rows of b are unused.
+    ExpectMatrix(Make(1, 2, {1, 1}) * b, 1, 2, {16, 18});
+    EXPECT_TRUE(IsEmpty(b * Make(1, 2, {1, 1})));
+}
+
+TEST(PowerMatrix, Figures)
+{
+    EXPECT_EQ(Make(1, 2, {3, 4}).GetNorm(), 25.0);
+    EXPECT_EQ(Make(2, 2, {1, 2, 3, 4}).GetValue(), 0.0);
+    CPowerMatrix square = Make(2, 2, {1, 2, 3, 4});
+    EXPECT_EQ(square.CalcuValue(), 1);
+    EXPECT_EQ(square.GetTrace(), 5.0);
+    square.ChangeMember(1, 1, 10.0);
+    EXPECT_EQ(square.GetTrace(), 11.0);
+    const CPowerMatrix wide = Make(1, 2, {3, 4});
+    EXPECT_EQ(wide.CalcuTrace(), 0);
+    EXPECT_EQ(wide.GetTrace(), 0.0);
+    EXPECT_EQ(wide.CalcuValue(), 0);
+}
+
+TEST(PowerMatrix, CopiesAreIndependent)
+{
+    CPowerMatrix a = Make(1, 2, {1, 2});
+    CPowerMatrix b(a);
+    CPowerMatrix c;
+    c = a;
+    a.ChangeMember(0, 0, 9.0);
+    EXPECT_EQ(Values(b), (std::vector<double>{1, 2}));
+    EXPECT_EQ(Values(c), (std::vector<double>{1, 2}));
+    double v = 0.0;
+    EXPECT_EQ(a.GetMember(0, 0, v), 1);
+    EXPECT_EQ(v, 9.0);
+    EXPECT_EQ(a.GetMember(1, 0, v), 0);
+    EXPECT_EQ(a.ChangeMember(0, 2, 1.0), 0);
+}
+
+TEST(PowerMatrix, AppendGetAndDeleteRowsAndColumns)
+{
+    CPowerMatrix m;
+    const double row1[] = {1, 2}, row2[] = {3, 4}, column[] = {5, 6};
+    EXPECT_EQ(m.AppendNewLine(row1, 2), 1);
+    EXPECT_EQ(m.AppendNewLine(row2, 2), 1);
+    EXPECT_EQ(m.AppendNewLine(row2, 3), 0);
+    EXPECT_EQ(m.AppendNewColumn(column, 2), 1);
+    ExpectMatrix(m, 2, 3, {1, 2, 5, 3, 4, 6});
+    EXPECT_EQ(m.AppendMatrixInLine(Make(1, 3, {7, 8, 9})), 1);
+    EXPECT_EQ(m.AppendMatrixInColumn(Make(3, 1, {0, 0, 0})), 1);
+    EXPECT_EQ(m.AppendMatrixInColumn(Make(2, 1, {0, 0})), 0);
+    ExpectMatrix(m, 3, 4, {1, 2, 5, 0, 3, 4, 6, 0, 7, 8, 9, 0});
+
+    double out[3] = {};
+    EXPECT_EQ(m.GetOneColumn(2, out), 1);
+    EXPECT_EQ(std::vector<double>(out, out + 3), (std::vector<double>{5, 6, 9}));
+    CPowerMatrix part;
+    EXPECT_EQ(m.GetOneLine(1, part), 1);
+    ExpectMatrix(part, 1, 4, {3, 4, 6, 0});
+    EXPECT_EQ(m.GetOneColumn(4, part), 0);
+
+    EXPECT_EQ(m.DeleteOneColumn(3), 1);
+    EXPECT_EQ(m.DeleteOneLine(0, part), 1);
+    ExpectMatrix(part, 2, 3, {3, 4, 6, 7, 8, 9});
+    EXPECT_EQ(m.DeleteOneLine(3), 0);
+    ExpectMatrix(m, 3, 3, {1, 2, 5, 3, 4, 6, 7, 8, 9});
+}
+
+TEST(PowerMatrix, SubMatrices)
+{
+    const CPowerMatrix m = Make(3, 3, {1, 2, 3, 4, 5, 6, 7, 8, 9});
+    ExpectMatrix(m.GetSubMatrix(2, 1), 2, 1, {1, 4});
+    ExpectMatrix(m.GetSubMatrix(1, 1, 2, 2), 2, 2, {5, 6, 8, 9});
+    EXPECT_TRUE(IsEmpty(m.GetSubMatrix(2, 2, 2, 1)));
+    CPowerMatrix sub;
+    EXPECT_EQ(m.GetSubMatrix(4, 1, sub), 0);
+    ExpectMatrix(m.GetTransposedMatrix(), 3, 3, {1, 4, 7, 2, 5, 8, 3, 6, 9});
+}
+
+TEST(PowerMatrix, CombineLineAndColumn)
+{
+    CPowerMatrix m = Make(3, 2, {1, 2, 3, 4, 5, 6});
+    EXPECT_EQ(m.CombineLine(1, 2), 1);  // adds 2 x (3, 4) to every row, then drops row 1
+    ExpectMatrix(m, 2, 2, {7, 10, 11, 14});
+    EXPECT_EQ(m.CombineLine(3, 1), -100);
+    EXPECT_EQ(m.CombineLine(2, 1), 0);  // equal to the row count: passes the test, no such row
+    ExpectMatrix(m, 2, 2, {7, 10, 11, 14});
+
+    CPowerMatrix c = Make(2, 3, {1, 2, 3, 4, 5, 6});
+    EXPECT_EQ(c.CombineColumn(0, -1), 1);
+    ExpectMatrix(c, 2, 2, {1, 2, 1, 2});
+    EXPECT_EQ(c.CombineColumn(7, 1), 1);
+}
+
+TEST(PowerMatrix, Setters)
+{
+    CPowerMatrix m;
+    EXPECT_EQ(m.SetCorrelativity(0), 0);
+    EXPECT_EQ(m.SetCorrelativity(3), 1);
+    ExpectMatrix(m, 3, 3, {2, 1, 1, 1, 2, 1, 1, 1, 2});
+    m.SetMinus();
+    EXPECT_EQ(m.GetTrace(), -6.0);
+    m.SetZero();
+    EXPECT_EQ(m.GetNorm(), 0.0);
+    m.SetIdentity(2);
+    ExpectMatrix(m, 2, 2, {1, 0, 0, 1});
+    m.Initate();
+    EXPECT_TRUE(IsEmpty(m));
+}

@@ -1,0 +1,256 @@
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <utility>
+
+#include "math/TMatrix.h"
+
+using Matrix = math::matrix<double>;
+
+namespace {
+
+Matrix FromRows(std::initializer_list<std::initializer_list<double>> rows)
+{
+    Matrix m(static_cast<unsigned>(rows.size()), static_cast<unsigned>(rows.begin()->size()));
+    unsigned i = 0;
+    for (const auto& row : rows) {
+        unsigned j = 0;
+        for (double v : row)
+            m(i, j++) = v;
+        ++i;
+    }
+    return m;
+}
+
+// Diagonally dominant, hence well conditioned.
+Matrix RandomWellConditioned(unsigned n, std::mt19937& rng)
+{
+    std::uniform_real_distribution<double> u(-1.0, 1.0);
+    Matrix m(n, n);
+    for (unsigned i = 0; i < n; ++i) {
+        for (unsigned j = 0; j < n; ++j)
+            m(i, j) = u(rng);
+        m(i, i) += (u(rng) < 0 ? -1.0 : 1.0) * (n + 1.0);
+    }
+    return m;
+}
+
+// Message of the matrix_error thrown by f, or "" when nothing is thrown.
+template <typename F>
+std::string ErrorOf(F f)
+{
+    try {
+        f();
+    } catch (const math::matrix_error& e) {
+        return e.what();
+    }
+    return "";
+}
+
+bool SharesStorage(const Matrix& a, const Matrix& b)
+{
+    return a.RowData(0) == b.RowData(0);
+}
+
+void ExpectEqual(const Matrix& a, const Matrix& b, double tol = 0.0)
+{
+    ASSERT_EQ(a.RowNo(), b.RowNo());
+    ASSERT_EQ(a.ColNo(), b.ColNo());
+    for (unsigned i = 0; i < a.RowNo(); ++i)
+        for (unsigned j = 0; j < a.ColNo(); ++j)
+            EXPECT_NEAR(a(i, j), b(i, j), tol) << "at (" << i << ", " << j << ")";
+}
+
+const char* const kIndexError = "matrixT::operator(): Index out of range!";
+const char* const kSingular = "matrixT::operator!: Inversion of a singular matrix";
+
+}  // namespace
+
+TEST(Matrix, NewMatricesAreZeroAndDefaultIsEmpty)
+{
+    const Matrix empty;
+    EXPECT_EQ(empty.RowNo(), 0u);
+    EXPECT_EQ(empty.ColNo(), 0u);
+    const Matrix m(2, 3);
+    ExpectEqual(m, FromRows({{0, 0, 0}, {0, 0, 0}}));
+}
+
+TEST(Matrix, IndexOutOfRangeThrows)
+{
+    Matrix m(3, 3);
+    const Matrix& c = m;
+    EXPECT_EQ(ErrorOf([&] { m(3, 0) = 1.0; }), kIndexError);
+    EXPECT_EQ(ErrorOf([&] { m(0, 3) = 1.0; }), kIndexError);
+    EXPECT_EQ(ErrorOf([&] { (void)c(3, 3); }), kIndexError);
+    EXPECT_EQ(ErrorOf([&] { (void)m.at(0, -1); }), kIndexError);
+    EXPECT_EQ(ErrorOf([&] { m.RowData(3); }), kIndexError);
+    EXPECT_EQ(ErrorOf([] { Matrix e; e(0, 0) = 1.0; }), kIndexError);
+}
+
+TEST(Matrix, CopiesShareStorageUntilWritten)
+{
+    Matrix a = FromRows({{1, 2}, {3, 4}});
+    Matrix b = a;
+    EXPECT_TRUE(SharesStorage(a, b));
+
+    // Reading never separates, whether through const or through at().
+    EXPECT_EQ(std::as_const(b)(1, 1), 4.0);
+    EXPECT_EQ(b.at(0, 1), 2.0);
+    EXPECT_TRUE(SharesStorage(a, b));
+
+    b(0, 0) = 9.0;
+    EXPECT_FALSE(SharesStorage(a, b));
+    EXPECT_EQ(a.at(0, 0), 1.0);
+    EXPECT_EQ(b.at(0, 0), 9.0);
+
+    Matrix c;
+    c = a;
+    c = c;  // self-assignment keeps the storage alive
+    EXPECT_TRUE(SharesStorage(a, c));
+    c.Null();
+    ExpectEqual(a, FromRows({{1, 2}, {3, 4}}));
+    ExpectEqual(c, Matrix(2, 2));
+}
+
+TEST(Matrix, OperationsOnACopyLeaveTheOriginal)
+{
+    const Matrix a = FromRows({{0, 2}, {3, 0}});
+    Matrix b = a;
+    b += a;
+    Matrix c = a;
+    c.Unit(2);
+    Matrix d = a;
+    d.pivot(0);
+    Matrix e = a;
+    e.SetSize(3, 1);
+    ExpectEqual(a, FromRows({{0, 2}, {3, 0}}));
+    ExpectEqual(b, FromRows({{0, 4}, {6, 0}}));
+    ExpectEqual(c, FromRows({{1, 0}, {0, 1}}));
+    ExpectEqual(d, FromRows({{3, 0}, {0, 2}}));
+    ExpectEqual(e, FromRows({{0}, {3}, {0}}));
+}
+
+TEST(Matrix, SetSizeKeepsOldValuesAndZeroesNewOnes)
+{
+    Matrix m = FromRows({{1, 2}, {3, 4}});
+    m.SetSize(3, 3);
+    ExpectEqual(m, FromRows({{1, 2, 0}, {3, 4, 0}, {0, 0, 0}}));
+    m.SetSize(1, 2);
+    ExpectEqual(m, FromRows({{1, 2}}));
+    m.SetSize(2, 1);
+    ExpectEqual(m, FromRows({{1}, {0}}));
+}
+
+TEST(Matrix, ToArrayGivesRows)
+{
+    const auto rows = FromRows({{1, 2, 3}, {4, 5, 6}}).ToArray();
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(rows[1], (std::vector<double>{4, 5, 6}));
+}
+
+TEST(Matrix, PivotTakesTheFirstLargestNonZero)
+{
+    Matrix m = FromRows({{1, 0}, {-3, 0}, {3, 5}});
+    EXPECT_EQ(m.pivot(0), 1);  // |-3| and |3| tie: the first one wins
+    ExpectEqual(m, FromRows({{-3, 0}, {1, 0}, {3, 5}}));
+    EXPECT_EQ(m.pivot(1), 2);
+    EXPECT_EQ(m.at(1, 1), 5.0);
+
+    Matrix kept = FromRows({{4, 1}, {-2, 1}});
+    EXPECT_EQ(kept.pivot(0), 0);
+    ExpectEqual(kept, FromRows({{4, 1}, {-2, 1}}));
+
+    Matrix zero = FromRows({{1, 2, 3}, {0, 0, 4}, {0, 0, 5}});
+    EXPECT_EQ(zero.pivot(1), -1);
+}
+
+TEST(Matrix, InverseOfHandComputedMatrices)
+{
+    ExpectEqual(!FromRows({{4, 7}, {2, 6}}), FromRows({{0.6, -0.7}, {-0.2, 0.4}}), 1e-15);
+    // Needs a row exchange and gives back the same matrix.
+    ExpectEqual(!FromRows({{0, 1}, {1, 0}}), FromRows({{0, 1}, {1, 0}}));
+}
+
+TEST(Matrix, InvReducesTheWorkingMatrixAndOperatorNotKeepsIt)
+{
+    const Matrix original = FromRows({{2, 1}, {1, 3}});
+    Matrix work = original;
+    const Matrix inverse = work.Inv();
+    ExpectEqual(work, FromRows({{1, 0}, {0, 1}}));
+    ExpectEqual(original, FromRows({{2, 1}, {1, 3}}));
+
+    Matrix kept = original;
+    ExpectEqual(!kept, inverse);
+    ExpectEqual(kept, original);
+}
+
+TEST(Matrix, InverseTimesMatrixIsIdentity)
+{
+    std::mt19937 rng(20200625);
+    for (unsigned n = 1; n <= 60; ++n) {
+        const Matrix a = RandomWellConditioned(n, rng);
+        const Matrix product = a * !a;
+        Matrix identity;
+        identity.Unit(n);
+        ExpectEqual(product, identity, 1e-13);
+        if (HasFailure())
+            FAIL() << "size " << n;
+    }
+}
+
+TEST(Matrix, InversionFailures)
+{
+    EXPECT_EQ(ErrorOf([] { (void)!Matrix(2, 3); }), "matrixT::operator!: Inversion of a non-square matrix");
+    EXPECT_EQ(ErrorOf([] { (void)!FromRows({{1, 2}, {2, 4}}); }), kSingular);
+    EXPECT_EQ(ErrorOf([] { (void)!FromRows({{1, 2, 3}, {0, 0, 4}, {0, 0, 5}}); }), kSingular);
+    EXPECT_EQ(ErrorOf([] { (void)!Matrix(3, 3); }), kSingular);
+}
+
+TEST(Matrix, Arithmetic)
+{
+    const Matrix a = FromRows({{1, 2, 3}, {4, 5, 6}});
+    const Matrix b = FromRows({{7, 8}, {9, 10}, {11, 12}});
+    ExpectEqual(a * b, FromRows({{58, 64}, {139, 154}}));
+    ExpectEqual(~a, FromRows({{1, 4}, {2, 5}, {3, 6}}));
+    ExpectEqual(a + a, 2.0 * a);
+    ExpectEqual(a - 3.0 * a, -a * 2.0);
+    ExpectEqual(-a, FromRows({{-1, -2, -3}, {-4, -5, -6}}));
+
+    Matrix c = a;
+    c *= b;
+    ExpectEqual(c, a * b);
+    c -= FromRows({{58, 64}, {139, 150}});
+    ExpectEqual(c, FromRows({{0, 0}, {0, 4}}));
+}
+
+TEST(Matrix, ProductMatchesDotProducts)
+{
+    std::mt19937 rng(7);
+    std::uniform_int_distribution<int> u(-3, 3);  // many exact zeros
+    Matrix a(7, 5), b(5, 4);
+    for (unsigned i = 0; i < 7; ++i)
+        for (unsigned j = 0; j < 5; ++j)
+            a(i, j) = u(rng) * 0.37;
+    for (unsigned i = 0; i < 5; ++i)
+        for (unsigned j = 0; j < 4; ++j)
+            b(i, j) = u(rng) * 1.9;
+    const Matrix p = a * b;
+    for (unsigned i = 0; i < 7; ++i) {
+        for (unsigned j = 0; j < 4; ++j) {
+            double sum = 0.0;
+            for (unsigned k = 0; k < 5; ++k)
+                sum += a(i, k) * b(k, j);
+            EXPECT_NEAR(p(i, j), sum, 1e-14);
+        }
+    }
+}
+
+TEST(Matrix, SizeMismatchMessages)
+{
+    const Matrix a(2, 3), b(3, 2);
+    EXPECT_EQ(ErrorOf([&] { (void)(a * a); }),
+              "matrixT::operator*= : Inconsistent matrix sizes in multiplication!");
+    EXPECT_EQ(ErrorOf([&] { (void)(a - b); }), "matrixT::operator-= : Inconsistent matrix sizes in subtraction!");
+    EXPECT_EQ(ErrorOf([&] { (void)(a + b); }), "matrixT::operator+= : Inconsistent matrix sizes in addition!");
+}

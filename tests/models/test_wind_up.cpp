@@ -1,0 +1,252 @@
+// Phase wind-up, orbital frames and the small matrix routines.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "models/GNSSErrorCorrection.h"
+
+namespace {
+
+constexpr double kSunDistance = 1.496e11;
+const tagCRDCARTESIAN kEsbjerg = {3582104.766, 532590.178, 5232755.139};
+
+double Dot(const double* a, const double* b)
+{
+    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+}
+
+double Dot(const tagCRDCARTESIAN& a, const tagCRDCARTESIAN& b)
+{
+    return a.x * b.x + a.y * b.y + a.z * b.z;
+}
+
+// ------------------------------------------------------------- wind-up
+
+// Receiver on the equator at longitude 0, satellite straight above it: the
+// receiver dipole is (0, 0, -2). With the Sun at angle alpha in the y-z
+// plane the satellite dipole is (0, 2 sin alpha, -2 cos alpha), so the
+// wind-up is alpha / 2 pi (worked out by hand from the dipole formulas).
+double OverheadWindUp(double alpha)
+{
+    CGNSSErrorCorrection model;
+    const tagCRDCARTESIAN rec = {6378137.0, 0.0, 0.0};
+    const tagCRDCARTESIAN sat = {26560000.0, 0.0, 0.0};
+    const tagCRDCARTESIAN sun = {0.0, kSunDistance * std::cos(alpha), kSunDistance * std::sin(alpha)};
+    double wu = 99.0;
+    EXPECT_EQ(model.PhaseWindUp(wu, rec, sat, sun), 1);
+    return wu;
+}
+
+TEST(WindUp, OverheadSatelliteFollowsTheSunAngle)
+{
+    for (double degrees : {10.0, 60.0, 90.0, 135.0, -30.0, -90.0, -150.0})
+        EXPECT_NEAR(OverheadWindUp(degrees * _DEG2RAD), degrees / 360.0, 1e-6) << degrees;
+}
+
+TEST(WindUp, JumpsByAboutOneCycleAcrossHalfACycle)
+{
+    const double before = OverheadWindUp(179.0 * _DEG2RAD);
+    const double after = OverheadWindUp(181.0 * _DEG2RAD);
+    EXPECT_LE(std::fabs(before), 0.5);
+    EXPECT_LE(std::fabs(after), 0.5);
+    EXPECT_NEAR(before - after, 1.0 - 2.0 / 360.0, 1e-6);
+}
+
+TEST(WindUp, ZeroWhenTheDipolesAreParallelOrOpposite)
+{
+    // Sun along +y: dipoles parallel, acos gives 0. Sun along -y: opposite,
+    // acos gives pi, but zeta is exactly 0 and so is the wind-up.
+    EXPECT_EQ(OverheadWindUp(0.0), 0.0);
+    CGNSSErrorCorrection model;
+    const tagCRDCARTESIAN rec = {6378137.0, 0.0, 0.0};
+    const tagCRDCARTESIAN sat = {26560000.0, 0.0, 0.0};
+    const tagCRDCARTESIAN sun = {0.0, -kSunDistance, 0.0};
+    double k[3], dRec[3], dSat[3];
+    model.CalPhaseWindUpK(rec, sat, k);
+    model.CalPhaseWindUpD(rec, k, dRec);
+    model.CalPhaseWindUpD1(sun, sat, k, dSat);
+    EXPECT_DOUBLE_EQ(Dot(dRec, dSat), -4.0);
+    double wu = 99.0;
+    model.PhaseWindUp(wu, rec, sat, sun);
+    EXPECT_EQ(wu, 0.0);
+}
+
+TEST(WindUp, LineOfSightAndDipoles)
+{
+    CGNSSErrorCorrection model;
+    const tagCRDCARTESIAN sat = {15600000.0, -9800000.0, 19000000.0};
+    const tagCRDCARTESIAN sun = {-60000000000.0, 120000000000.0, 40000000000.0};
+    double k[3], dRec[3], dSat[3];
+    ASSERT_EQ(model.CalPhaseWindUpK(kEsbjerg, sat, k), 1);
+    const double toReceiver[3] = {kEsbjerg.x - sat.x, kEsbjerg.y - sat.y, kEsbjerg.z - sat.z};
+    EXPECT_NEAR(Dot(k, k), 1.0, 1e-15);
+    EXPECT_NEAR(Dot(k, toReceiver), std::sqrt(Dot(toReceiver, toReceiver)), 1e-6);
+    // Both effective dipoles lie in the plane normal to the line of sight.
+    model.CalPhaseWindUpD(kEsbjerg, k, dRec);
+    model.CalPhaseWindUpD1(sun, sat, k, dSat);
+    EXPECT_NEAR(Dot(dRec, k), 0.0, 1e-14);
+    EXPECT_NEAR(Dot(dSat, k), 0.0, 1e-14);
+}
+
+// Satellite positions of an SP3 file (metres), by satellite and epoch.
+struct OrbitTable {
+    std::vector<double> hours;                            // epochs, hours of the day
+    std::map<std::string, std::vector<tagCRDCARTESIAN>> positions;
+};
+
+OrbitTable ReadSp3Positions(const std::string& path)
+{
+    OrbitTable table;
+    FILE* file = std::fopen(path.c_str(), "r");
+    if (!file)
+        return table;
+    char line[128];
+    while (std::fgets(line, sizeof line, file)) {
+        int year, month, day, hour, minute;
+        double second, x, y, z;
+        char sat[4] = {0};
+        if (line[0] == '*' && std::sscanf(line + 1, "%d %d %d %d %d %lf", &year, &month, &day, &hour, &minute,
+                                          &second) == 6) {
+            table.hours.push_back(hour + minute / 60.0 + second / 3600.0);
+        } else if (line[0] == 'P' && std::sscanf(line + 1, "%3c %lf %lf %lf", sat, &x, &y, &z) == 4) {
+            table.positions[sat].push_back({x * 1000.0, y * 1000.0, z * 1000.0});
+        }
+    }
+    std::fclose(file);
+    return table;
+}
+
+// Lagrange interpolation through the 10 records around hour.
+tagCRDCARTESIAN Interpolate(const std::vector<double>& hours, const std::vector<tagCRDCARTESIAN>& records,
+                            double hour)
+{
+    const int points = 10;
+    size_t first = 0;
+    while (first + points < hours.size() && hours[first + points / 2] < hour)
+        ++first;
+    tagCRDCARTESIAN result = {0.0, 0.0, 0.0};
+    for (int i = 0; i < points; ++i) {
+        double weight = 1.0;
+        for (int j = 0; j < points; ++j)
+            if (j != i)
+                weight *= (hour - hours[first + j]) / (hours[first + i] - hours[first + j]);
+        result.x += weight * records[first + i].x;
+        result.y += weight * records[first + i].y;
+        result.z += weight * records[first + i].z;
+    }
+    return result;
+}
+
+double Elevation(const tagCRDCARTESIAN& sat)
+{
+    CGNSSCoordConvert coord;
+    tagCRDCARTESIAN p = sat, ref = kEsbjerg;
+    tagCRDTOPOCENTRIC neu;
+    tagCRDTOPOCENTRICPOLAR polar;
+    coord.CartesianToTopocentric(&p, &neu, &ref, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
+    coord.TopocentricToTopocentricPolar(&neu, &polar);
+    return polar.elevation;
+}
+
+TEST(WindUp, SmoothOverRealPassesSeenFromEsbjerg)
+{
+    // GPS and Galileo orbits of 2020-06-25, 00:00-06:00 every 15 min; the
+    // passes include two satellites culminating above 84 degrees.
+    const OrbitTable orbits = ReadSp3Positions(std::string(PPP_SOURCE_DIR) + "/tests/data/grg_orbits_20200625_excerpt.sp3");
+    ASSERT_EQ(orbits.hours.size(), 25u);
+    ASSERT_EQ(orbits.positions.size(), 5u);
+
+    CGNSSErrorCorrection model;
+    for (const auto& [name, records] : orbits.positions) {
+        ASSERT_EQ(records.size(), orbits.hours.size()) << name;
+        double previous = 0.0, lowest = 1.0, highest = -1.0, largestStep = 0.0;
+        bool havePrevious = false;
+        int visible = 0;
+        for (int epoch = 0; epoch <= 4 * 120; ++epoch) {   // 01:00-05:00 every 30 s
+            const double hour = 1.0 + epoch / 120.0;
+            const tagCRDCARTESIAN sat = Interpolate(orbits.hours, records, hour);
+            if (Elevation(sat) < 0.0) {
+                havePrevious = false;
+                continue;
+            }
+            ++visible;
+            const tagCOMMONTIME2 t = {2020, 6, 25, hour};
+            double wu = 99.0;
+            ASSERT_EQ(model.GetPhaseWindUp(wu, t, kEsbjerg, sat), 1);
+            ASSERT_LE(std::fabs(wu), 0.5) << name << " " << hour;
+            if (havePrevious) {
+                double step = wu - previous;
+                step -= std::round(step);   // remove whole-cycle jumps at +-0.5
+                largestStep = std::max(largestStep, std::fabs(step));
+            }
+            previous = wu;
+            havePrevious = true;
+            lowest = std::min(lowest, wu);
+            highest = std::max(highest, wu);
+        }
+        ASSERT_GT(visible, 100) << name;
+        EXPECT_LT(largestStep, 0.02) << name;
+        EXPECT_GT(highest - lowest, 0.01) << name << ": the wind-up should change over a pass";
+    }
+}
+
+// -------------------------------------------------------- orbital frames
+
+TEST(OrbitFrames, AxesComponentsAndRoundTrip)
+{
+    CGNSSErrorCorrection model;
+    const tagCRDCARTESIAN pos = {15600000.0, -9800000.0, 19000000.0};
+    const tagCRDCARTESIAN vel = {1800.0, 2900.0, -100.0};
+    tagCRDCARTESIAN axes[3];
+    ASSERT_EQ(model.ECEF2RTN(pos, vel, axes), 1);
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j)
+            EXPECT_NEAR(Dot(axes[i], axes[j]), i == j ? 1.0 : 0.0, 1e-14) << i << j;
+    const tagCRDCARTESIAN& r = axes[0];
+    const tagCRDCARTESIAN& t = axes[1];
+    EXPECT_NEAR(r.x * t.y - r.y * t.x, axes[2].z, 1e-14);   // R x T = N
+    EXPECT_NEAR(Dot(r, pos), std::sqrt(Dot(pos, pos)), 1e-6);
+    EXPECT_NEAR(Dot(axes[2], vel), 0.0, 1e-9);
+    EXPECT_GT(Dot(t, vel), 0.0);
+
+    // r along x, v in the x-y plane: R = x, T = y, N = z.
+    const tagCRDCARTESIAN vector = {1.0, 2.0, 3.0};
+    tagCRDCARTESIAN rtn, back;
+    model.ECEF2RTN({7000000.0, 0.0, 0.0}, {100.0, 7500.0, 0.0}, vector, &rtn);
+    EXPECT_NEAR(rtn.x, 1.0, 1e-12);
+    EXPECT_NEAR(rtn.y, 2.0, 1e-12);
+    EXPECT_NEAR(rtn.z, 3.0, 1e-12);
+
+    ASSERT_EQ(model.ECEF2RTN(pos, vel, vector, &rtn), 1);
+    ASSERT_EQ(model.RTN2ECEF(pos, vel, rtn, &back), 1);
+    EXPECT_NEAR(back.x, vector.x, 1e-12);
+    EXPECT_NEAR(back.y, vector.y, 1e-12);
+    EXPECT_NEAR(back.z, vector.z, 1e-12);
+}
+
+TEST(MatrixRoutines, RowMajorArithmetic)
+{
+    CGNSSErrorCorrection model;
+    const double a[6] = {1, 2, 3, 4, 5, 6};      // 2 x 3
+    const double b[6] = {7, 8, 9, 10, 11, 12};   // 3 x 2
+    double out[6];
+    ASSERT_EQ(model.MatrixMulti(a, b, out, 2, 3, 2), 1);
+    const double product[4] = {58, 64, 139, 154};
+    for (int i = 0; i < 4; ++i)
+        EXPECT_EQ(out[i], product[i]);
+    model.MatrixAT(a, out, 2, 3);
+    const double transposed[6] = {1, 4, 2, 5, 3, 6};
+    for (int i = 0; i < 6; ++i)
+        EXPECT_EQ(out[i], transposed[i]);
+    model.MatrixAdd(a, b, out, 2, 3);
+    EXPECT_EQ(out[5], 18.0);
+    model.MatrixMinus(a, b, out, 3, 2);
+    EXPECT_EQ(out[0], -6.0);
+    EXPECT_EQ(out[5], -6.0);
+}
+
+}  // namespace
