@@ -24,8 +24,7 @@ double IonosphereFreeCode(const tagOBSONESAT& s)
     return (f1 * s.dP1 - f2 * s.dP2) / (f1 - f2);
 }
 
-// Observation and design row of a code observation: L = code - range -
-// c dt_receiver + c dt_satellite; the row holds -d/range and 1 for the clock.
+// Range (with the Earth-rotation term) and the vector satellite - receiver.
 struct CodeRow {
     double range;
     double d[3];
@@ -38,6 +37,13 @@ CodeRow Geometry(const double* rec, const tagSP3ONESAT& orbit)
     return g;
 }
 
+// Code reduced by the model: code - range - c dt_receiver + c dt_satellite.
+double ReducedCode(double code, const CodeRow& g, double recClk, const tagSP3ONESAT& orbit)
+{
+    return code - g.range - _LIGHT_SPEED * recClk + _LIGHT_SPEED * orbit.dClk;
+}
+
+// Design row: -d/range for the position, 1 for the clock of the satellite's system.
 void FillRow(double* a, const CodeRow& g, int clockColumn)
 {
     for (int k = 0; k < 3; ++k)
@@ -52,6 +58,20 @@ double PreciseWeight(const ObsWeight& w, const tagOBSONESAT& s, double zenith)
     const int k = WeightClass(s.cSys, s.prn);
     const double elevationFactor = zenith < _PI / 3.0 ? 1.0 : 2.0 * std::cos(zenith);
     return elevationFactor * w.dWeightFactor[k] * w.dWeightFactor[k] / (w.dWeightSigma[k] * w.dWeightSigma[k]);
+}
+
+// Doppler row of the velocity solution (unknowns vx, vy, vz, c x drift):
+// the range rate -lambda D = e.(v_sat - v_rec) + c (drift_rec - drift_sat),
+// with the GPS L1 wavelength for every system as in the original model.
+void AddDopplerRow(SmallLsq& doppler, const tagOBSONESAT& s, const CodeRow& g, const tagSP3ONESAT& orbit)
+{
+    const double dist = std::sqrt(g.d[0] * g.d[0] + g.d[1] * g.d[1] + g.d[2] * g.d[2]);
+    const double e[3] = {g.d[0] / dist, g.d[1] / dist, g.d[2] / dist};
+    const double eVsat = e[0] * orbit.dVel[0] + e[1] * orbit.dVel[1] + e[2] * orbit.dVel[2];
+    double* a = doppler.AddRow(1.0, -s.dD1 * _GPS_WL1 - eVsat + _LIGHT_SPEED * orbit.dClkDrift);
+    for (int k = 0; k < 3; ++k)
+        a[k] = -e[k];
+    a[3] = 1.0;
 }
 
 }  // namespace
@@ -152,7 +172,7 @@ bool CGNSSSPP::SPPOneEpochOneIteraAppro(tagGPSOBSONEEPO* epo, tagGMN*, tagGMSP3R
         }
         const tagSP3ONESAT& orbit = orb->sat[s.iprn - 1];
         const CodeRow g = Geometry(res->dPos, orbit);
-        const double omc = code - g.range - _LIGHT_SPEED * res->dClk[sys] + _LIGHT_SPEED * orbit.dClk;
+        const double omc = ReducedCode(code, g, res->dClk[sys], orbit);
         rowSat[lsq.rows] = i;
         FillRow(lsq.AddRow(1.0, omc), g, column);
     }
@@ -216,22 +236,12 @@ bool CGNSSSPP::SPPOneEpochOneIteraPrecise(tagGPSOBSONEEPO* epo, tagGMN*, tagGMSP
         m_errorCorrection.GetNiellMapFun(doy, s.dElev, blh, &mapDry, &mapWet);
 
         const CodeRow g = Geometry(res->dPos, orbit);
-        const double omc = code - g.range - _LIGHT_SPEED * res->dClk[sys] + _LIGHT_SPEED * orbit.dClk -
-                           (zhd * mapDry + zwd * mapWet);
+        const double omc = ReducedCode(code, g, res->dClk[sys], orbit) - (zhd * mapDry + zwd * mapWet);
         rowSat[lsq.rows] = i;
         FillRow(lsq.AddRow(PreciseWeight(m_weight, s, zenith), omc), g, column);
 
-        if (std::fabs(s.dD1) >= kMinDoppler) {
-            // Range rate -lambda D = e.(v_sat - v_rec) + c (drift_rec - drift_sat),
-            // with the GPS L1 wavelength for every system as in the original model.
-            const double dist = std::sqrt(g.d[0] * g.d[0] + g.d[1] * g.d[1] + g.d[2] * g.d[2]);
-            const double e[3] = {g.d[0] / dist, g.d[1] / dist, g.d[2] / dist};
-            const double eVsat = e[0] * orbit.dVel[0] + e[1] * orbit.dVel[1] + e[2] * orbit.dVel[2];
-            double* a = doppler.AddRow(1.0, -s.dD1 * _GPS_WL1 - eVsat + _LIGHT_SPEED * orbit.dClkDrift);
-            for (int k = 0; k < 3; ++k)
-                a[k] = -e[k];
-            a[3] = 1.0;
-        }
+        if (std::fabs(s.dD1) >= kMinDoppler)
+            AddDopplerRow(doppler, s, g, orbit);
     }
     if (CountBelowSystems(epo->epoHead.nUsedSat, 3) || lsq.rows != epo->epoHead.nUsedSat)
         return false;
