@@ -89,6 +89,8 @@ struct tagGPSOBSONEEPO {
 };
 
 // Previous and current epoch, kept between epochs for slip detection.
+// update_epoch allocates it with new at first use and refills it later;
+// its holder releases it with delete.
 struct tagGPSOBSSMOOTH {
     tagGPSOBSONEEPO prev;
     tagGPSOBSONEEPO cur;

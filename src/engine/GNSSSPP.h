@@ -20,6 +20,7 @@
 #include "models/GNSSErrorCorrection.h"
 
 struct PROCINFOSITE;
+struct SmallLsq;
 
 // Ionosphere record of the engine's queue (kept for the interface; unused).
 struct t_ion {
@@ -126,13 +127,21 @@ public:
     double m_elevCutoff;              // elevation cut-off (degrees), 7.0 at construction
     int32_t m_singleFreq;             // 1: SPP uses raw code instead of the ionosphere-free code
     tagENGINESETTINGS m_set;
-    std::vector<int> m_slipSats;      // satellites new or slipped in this epoch
+    std::vector<int> m_slipSats;      // satellites whose arc the slip tests restarted this epoch
     FILE* m_fpWL;                     // ambiguity logs (owned by the driver's file management)
     FILE* m_fpAmbWL;
     FILE* m_fpAmbNL;
 
 private:
     int systemColumn(char sys) const;  // clock column of a system in the SPP unknowns, -1 if absent
+    // Single point positioning helpers.
+    int SppUnknownCount() const;       // X, Y, Z and one clock per system present
+    bool CountBelowSystems(int32_t count, int32_t extra) const;   // count < systems + extra, unsigned
+    void DropUnusableSats(tagGPSOBSONEEPO* epo, const tagGMSP3REC* orb);
+    void MarkUnused(tagGPSOBSONEEPO* epo, int index);
+    bool SppSolveAndStore(tagGPSOBSONEEPO* epo, tagSPPONERESULT* res, SmallLsq& lsq, const int* rowSat);
+    void SppSolveVelocity(SmallLsq& doppler, tagSPPONERESULT* res);
+    void StoreGeodetic(tagSPPONERESULT* res);
 };
 
 #endif

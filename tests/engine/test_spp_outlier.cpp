@@ -1,0 +1,156 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "EngineFixtures.h"
+#include "engine/EpochLookup.h"
+
+using namespace enginetest;
+
+namespace {
+
+// An epoch of three used satellites (G05, E11, R03) and a solution whose
+// residuals are given in the same order.
+struct OutlierRig {
+    OutlierRig() : engine({'G', 'R', 'E'})
+    {
+        epo->tTime = EpochTime();
+        epo->tGpsTime = EpochGpsTime();
+        const tagGNSSPRN ids[3] = {{'G', 5, 5}, {'E', 11, 70}, {'R', 3, 35}};
+        epo->nSatNum = 3;
+        for (int i = 0; i < 3; ++i) {
+            epo->sat[i].cSys = ids[i].cSys;
+            epo->sat[i].prn = ids[i].prn;
+            epo->sat[i].iprn = ids[i].iprn;
+            epo->sat[i].bUsed = 1;
+            res.res[i].cSys = ids[i].cSys;
+            res.res[i].prn = ids[i].prn;
+            res.res[i].iprn = ids[i].iprn;
+        }
+        epo->epoHead.nUsedSat = 3;
+        epo->epoHead.nUsedSys[0] = epo->epoHead.nUsedSys[1] = epo->epoHead.nUsedSys[2] = 1;
+        res.nSatNum = 3;
+    }
+    void Residuals(double a, double b, double c)
+    {
+        res.res[0].dRes2 = a;
+        res.res[1].dRes2 = b;
+        res.res[2].dRes2 = c;
+    }
+    Engine engine;
+    std::unique_ptr<tagGPSOBSONEEPO> epo = std::make_unique<tagGPSOBSONEEPO>();
+    tagSPPONERESULT res;
+};
+
+TEST(SppOutliers, LargestResidualTiesKeepTheEarlierEntry)
+{
+    OutlierRig rig;
+    int idx;
+    double val;
+    rig.Residuals(3.0, -7.0, 7.0);
+    rig.engine.spp->GetMaxResidual(&idx, &val, &rig.res);
+    EXPECT_EQ(idx, 1);
+    EXPECT_EQ(val, 7.0);
+    rig.res.nSatNum = 0;
+    rig.engine.spp->GetMaxResidual(&idx, &val, &rig.res);
+    EXPECT_EQ(idx, -1);
+    EXPECT_EQ(rig.engine.spp->GetMaxStdResidual(&rig.res), -1);
+    rig.res.nSatNum = 3;
+    rig.res.res[0].dStdRes = 1.0;
+    rig.res.res[1].dStdRes = -4.0;
+    rig.res.res[2].dStdRes = 2.0;
+    EXPECT_EQ(rig.engine.spp->GetMaxStdResidual(&rig.res), 1);
+}
+
+TEST(SppOutliers, ApproximateStageRemovesAbove100Metres)
+{
+    OutlierRig rig;
+    rig.Residuals(1.0, -100.0, 2.0);
+    EXPECT_EQ(rig.engine.spp->SPPOutlierDetection(rig.epo.get(), &rig.res, 1, false, false, nullptr), 0);
+    EXPECT_EQ(rig.epo->sat[1].bUsed, 1);
+    EXPECT_EQ(rig.epo->epoHead.nUsedSat, 3);
+
+    rig.Residuals(1.0, -100.01, 2.0);
+    EXPECT_EQ(rig.engine.spp->SPPOutlierDetection(rig.epo.get(), &rig.res, 1, false, false, nullptr), 1);
+    EXPECT_EQ(rig.epo->sat[1].bUsed, 0);
+    EXPECT_EQ(rig.epo->epoHead.nUsedSat, 2);
+    EXPECT_EQ(rig.epo->epoHead.nUsedSys[2], 0);
+    EXPECT_EQ(rig.epo->epoHead.nUsedSys[0], 1);
+}
+
+TEST(SppOutliers, PreciseStageLimitIs10MetresAndLogsNeedAllSwitches)
+{
+    OutlierRig rig;
+    TempFile log;
+    rig.Residuals(10.0, 0.0, 0.0);
+    EXPECT_EQ(rig.engine.spp->SPPOutlierDetection(rig.epo.get(), &rig.res, 2, true, true, log.fp()), 0);
+    rig.Residuals(0.5, 0.0, -10.01);
+    EXPECT_EQ(rig.engine.spp->SPPOutlierDetection(rig.epo.get(), &rig.res, 2, true, false, log.fp()), 1);
+    EXPECT_EQ(log.Text(), "");
+    EXPECT_EQ(rig.epo->sat[2].bUsed, 0);
+    EXPECT_EQ(rig.epo->epoHead.nUsedSys[1], 0);
+
+    OutlierRig logged;
+    logged.Residuals(0.5, 0.0, -10.01);
+    EXPECT_EQ(logged.engine.spp->SPPOutlierDetection(logged.epo.get(), &logged.res, 2, true, true, log.fp()), 1);
+    EXPECT_EQ(log.Text(), "2020 06 25 00 15 00 2111 346500.00  R03  SPP pr:           -10.0100 \r\n");
+
+    OutlierRig first;
+    first.Residuals(150.0, 0.0, 0.0);
+    EXPECT_EQ(first.engine.spp->SPPOutlierDetection(first.epo.get(), &first.res, 0, true, true, log.fp()), 1);
+    EXPECT_NE(log.Text().find("  G05  SPP sf:           150.0000 \r\n"), std::string::npos);
+}
+
+TEST(SppOutliers, ResidualOfASatelliteMissingFromTheEpochRemovesNothing)
+{
+    OutlierRig rig;
+    rig.Residuals(0.0, 500.0, 0.0);
+    rig.res.res[1].prn = 12;
+    EXPECT_EQ(rig.engine.spp->SPPOutlierDetection(rig.epo.get(), &rig.res, 1, false, false, nullptr), 0);
+    EXPECT_EQ(rig.epo->epoHead.nUsedSat, 3);
+}
+
+TEST(SatelliteCounts, ComparedUnsignedAgainstSystemsPlusThree)
+{
+    Engine engine({'G', 'R', 'E'});
+    auto epo = std::make_unique<tagGPSOBSONEEPO>();
+    epo->nSatNum = 5;
+    EXPECT_TRUE(engine.spp->NoEnoughHealthySats(epo.get()));
+    epo->nSatNum = 6;
+    EXPECT_FALSE(engine.spp->NoEnoughHealthySats(epo.get()));
+    epo->nSatNum = -1;   // a huge count when read unsigned
+    EXPECT_FALSE(engine.spp->NoEnoughHealthySats(epo.get()));
+
+    epo->epoHead.nUsedSat = 5;
+    EXPECT_TRUE(engine.spp->NoEnoughUsedSats(epo.get()));
+    epo->epoHead.nUsedSat = 6;
+    EXPECT_FALSE(engine.spp->NoEnoughUsedSats(epo.get()));
+    // The PPP check adds the further unknowns (1 after construction).
+    EXPECT_TRUE(engine.spp->NoOverUsedSats(epo.get()));
+    epo->epoHead.nUsedSat = 7;
+    EXPECT_FALSE(engine.spp->NoOverUsedSats(epo.get()));
+}
+
+TEST(EpochLookup, BySystemAndNumberOrByPackedIndex)
+{
+    auto epo = std::make_unique<tagGPSOBSONEEPO>();
+    epo->nSatNum = 2;
+    epo->sat[0].cSys = 'E';
+    epo->sat[0].prn = 5;
+    epo->sat[0].iprn = 64;
+    epo->sat[1].cSys = 'G';
+    epo->sat[1].prn = 5;
+    epo->sat[1].iprn = 5;
+    EXPECT_EQ(GetSatIndexInEpo(epo.get(), tagGNSSPRN{'G', 5, 0}), 1);
+    EXPECT_EQ(GetSatIndexInEpo(epo.get(), tagGNSSPRN{'R', 5, 0}), -1);
+    EXPECT_EQ(GetSatIndexInEpo(epo.get(), 64), 0);
+    EXPECT_EQ(GetSatIndexInEpo(epo.get(), 65), -1);
+    EXPECT_EQ(GetSatIndexInEpo(nullptr, 64), -1);
+    epo->nSatNum = -2;
+    EXPECT_EQ(GetSatIndexInEpo(epo.get(), 64), -1);
+    EXPECT_EQ(GetSatIndexInEpo(epo.get(), tagGNSSPRN{'E', 5, 64}), -1);
+    epo->nSatNum = 100000;   // read no further than the 124 entries
+    EXPECT_EQ(GetSatIndexInEpo(epo.get(), 124), -1);
+}
+
+}  // namespace
