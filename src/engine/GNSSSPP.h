@@ -17,10 +17,18 @@
 #include "engine/GNSSResult.h"
 #include "engine/ObsWeight.h"
 #include "lib/PPPRecords.h"
+#include "math/TMatrix.h"
 #include "models/GNSSErrorCorrection.h"
 
 struct PROCINFOSITE;
 struct SmallLsq;
+
+// Surface meteorology handed through to the error models (unused: the PPP
+// model takes the standard atmosphere).
+struct tagAtmosphere {
+    tagMETEODATA meteo;
+    uint8_t measured;
+};
 
 // Ionosphere record of the engine's queue (kept for the interface; unused).
 struct t_ion {
@@ -101,6 +109,26 @@ public:
     int WriteMW_GF(FILE* a, FILE* b, FILE* c, FILE* d, tagGPSOBSONEEPO* epo);
     int WriteZTD(FILE* fp, tagCOMMONTIME* t, tagGPSTIME2* gt, PROCINFOSITE* site, bool cost);
 
+    // ---- float PPP: normal equations, model, epoch solution, outliers
+    using Matrix = math::matrix<double>;
+    int UpdateMatrix_NY_UY(Matrix& NYacc, Matrix& UYacc, Matrix N, Matrix U, const Matrix& targetList,
+                           Matrix currentList, Matrix& spare);
+    int UpdateNY_UY_Pre_Tro(Matrix& NY, Matrix& UY, const Matrix& ambList, double dt);
+    void Clear_NY_UY_Keep(int, int);
+    int GenPPPKinLSM_A_B_P_L_RT(Matrix& A1, Matrix& A2, Matrix& satList, Matrix* P, Matrix& L, Matrix& byProducts,
+                                tagSPPONERESULT* apriori, tagGPSOBSONEEPO* epo, tagGMSP3REC* orb, tagGMN* nav,
+                                double* trop, tagSITE* site, tagAtmosphere* atm);
+    int PrefitResiduals(tagGPSOBSONEEPO* epo, bool log, bool logPre, FILE* fp);
+    int PPPOneEpoch(tagGPSOBSONEEPO* epo, tagGMSP3REC* orb, tagGMN* nav, tagSPPONERESULT* result, tagSITE* site,
+                    PROCINFOSITE* ps, bool log, bool logPre, FILE* fp);
+    int PPPOutlierDetection_test(tagGPSOBSONEEPO* epoch, tagSPPONERESULT* result, PROCINFOSITE* site, bool log,
+                                 bool logPre, FILE* deletionLog, FILE* residualLog);
+    void GetMaxResidual_test(int* phaseIndex, int* codeIndex, double* maxStdPhase, double* codeResidualAtMaxStdCode,
+                             tagSPPONERESULT* result);
+    void GetMaxStdResidualPPP(int* first, int* second, tagSPPONERESULT* result);
+    int DeletePPPOutlier(tagGPSOBSONEEPO* epoch, tagSPPONERESULT* result, PROCINFOSITE* site, int epochIndex,
+                         int resultIndex, bool log, bool logPre, FILE* fp, int kind);
+
     // ---- state
     t_conf* m_conf;
     std::vector<char> m_sys;          // systems of this epoch; the first is the reference system
@@ -131,6 +159,13 @@ public:
     FILE* m_fpWL;                     // ambiguity logs (owned by the driver's file management)
     FILE* m_fpAmbWL;
     FILE* m_fpAmbNL;
+    // Troposphere output of the PPP model: [0] ZHD, [1] a-priori ZWD, [2] their
+    // sum, [127 + iprn] hydrostatic and [251 + iprn] wet mapping factors.
+    double m_tropOut[128 + 2 * MAXSATNUM];
+    // Held ambiguities: per-satellite counters, satellites and fixed values.
+    int32_t m_holdCount[MAXSATNUM];
+    std::vector<int> m_holdSats;
+    std::vector<double> m_holdValues;
 
 private:
     int systemColumn(char sys) const;  // clock column of a system in the SPP unknowns, -1 if absent
@@ -142,6 +177,12 @@ private:
     bool SppSolveAndStore(tagGPSOBSONEEPO* epo, tagSPPONERESULT* res, SmallLsq& lsq, const int* rowSat);
     void SppSolveVelocity(SmallLsq& doppler, tagSPPONERESULT* res);
     void StoreGeodetic(tagSPPONERESULT* res);
+    // Float PPP helpers.
+    int CarriedNonAmbiguityCount() const;   // troposphere (+ static coordinates)
+    void ResetFilter(PROCINFOSITE* ps);
+    void ClearHolds();
+    bool AprioriPosition(tagSPPONERESULT* result, tagSITE* site, double pos[3]);
+    void StorePPPSolution(tagGPSOBSONEEPO* epo, tagSPPONERESULT* result, PROCINFOSITE* ps, bool staticMode);
 };
 
 #endif

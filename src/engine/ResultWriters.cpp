@@ -154,9 +154,12 @@ int CGNSSSPP::WritePPPResidualRT(FILE* codeFile, FILE* phaseFile, tagSPPONERESUL
 
 int CGNSSSPP::WriteZTD(FILE* fp, tagCOMMONTIME* t, tagGPSTIME2* gt, PROCINFOSITE* site, bool cost)
 {
-    const double zwd = site->dTropState * 1000.0;   // mm
-    const double ztd = (site->dTropState + site->dZhdApriori) * 1000.0;
-    const double sigma = site->dTropCofactor * 0.0009 * 1000.0;
+    if (site->X.RowNo() < 1 || site->Qxx.RowNo() < 1)
+        return 0;   // no troposphere estimated yet
+    const double wet = site->X.at(0, 0);
+    const double zwd = wet * 1000.0;   // mm
+    const double ztd = (wet + site->dZHD) * 1000.0;
+    const double sigma = site->Qxx.at(0, 0) * 0.0009 * 1000.0;
     if (sigma > 1.0 || std::isnan(sigma))
         return 0;
     if (cost) {

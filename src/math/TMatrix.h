@@ -249,13 +249,15 @@ public:
     friend matrix operator+(const matrix& a, const matrix& b)
     {
         matrix out = a;
-        return out += b;
+        out += b;
+        return out;
     }
 
     friend matrix operator-(const matrix& a, const matrix& b)
     {
         matrix out = a;
-        return out -= b;
+        out -= b;
+        return out;
     }
 
     // Matrix product. Each element sums its products in the order of the

@@ -207,9 +207,12 @@ struct ZtdRig {
     ZtdRig() : engine({'G'})
     {
         FillEpoch(&t, &g);
-        site.dTropState = 0.1234;
-        site.dZhdApriori = 2.3;
+        site.X.SetSize(1, 1);
+        site.X(0, 0) = 0.1234;
+        site.Qxx.SetSize(1, 1);
+        site.dZHD = 2.3;
     }
+    void SetCofactor(double q) { site.Qxx(0, 0) = q; }
     int Write(bool cost) { return engine.spp->WriteZTD(file.fp(), &t, &g, &site, cost); }
     Engine engine;
     tagCOMMONTIME t;
@@ -221,8 +224,9 @@ struct ZtdRig {
 TEST(ZenithDelayWriter, CostAndPlainLines)
 {
     ZtdRig cost, plain;
-    cost.site.dTropCofactor = plain.site.dTropCofactor = CofactorForUnitError();
-    ASSERT_EQ(cost.site.dTropCofactor * 0.0009 * 1000.0, 1.0);
+    cost.SetCofactor(CofactorForUnitError());
+    plain.SetCofactor(CofactorForUnitError());
+    ASSERT_EQ(CofactorForUnitError() * 0.0009 * 1000.0, 1.0);
 
     EXPECT_EQ(cost.Write(true), 1);
     EXPECT_EQ(cost.file.Text(), " 13 07 59 ffffffff  2423.4    1.0   -9.9   -9.9   -9.9   -9.9   -9.9 999.99 999.99"
@@ -234,9 +238,9 @@ TEST(ZenithDelayWriter, CostAndPlainLines)
 TEST(ZenithDelayWriter, LargeOrUnknownErrorSuppressesTheLine)
 {
     ZtdRig rig;
-    rig.site.dTropCofactor = 1.0000001 / 0.9;
+    rig.SetCofactor(1.0000001 / 0.9);
     EXPECT_EQ(rig.Write(true), 0);
-    rig.site.dTropCofactor = std::nan("");
+    rig.SetCofactor(std::nan(""));
     EXPECT_EQ(rig.Write(false), 0);
     EXPECT_EQ(rig.file.Text(), "");
 }

@@ -1,0 +1,122 @@
+// Accumulation of the epoch's normal equations into the carried ones, and
+// the random-walk prediction of the troposphere in information form.
+#include "engine/GNSSSPP.h"
+#include "engine/NormalEquations.h"
+#include "math/MatrixHelpers.h"
+
+namespace {
+
+// Exchanges parameters j and k of a normal system and its labels.
+void SwapParameters(Matrix& N, Matrix& U, Matrix& labels, int j, int k)
+{
+    ExchangeCol(&labels, j, k);
+    ExchangeRow(&N, j, k);
+    ExchangeCol(&N, j, k);
+    ExchangeRow(&U, j, k);
+}
+
+// N and U of the first k parameters after eliminating the rest:
+// N11 - N12 N22^-1 N21 and U1 - N12 N22^-1 U2.
+void EliminateTrailing(Matrix& N, Matrix& U, int k)
+{
+    const int n = static_cast<int>(N.RowNo());
+    const int r = n - k;
+    Matrix N11, N12, N21, N22, U1, U2;
+    GetSubMatrix(&N11, &N, 0, k, 0, k);
+    GetSubMatrix(&N12, &N, 0, k, k, r);
+    GetSubMatrix(&N21, &N, k, r, 0, k);
+    GetSubMatrix(&N22, &N, k, r, k, r);
+    GetSubMatrix(&U1, &U, 0, k, 0, 1);
+    GetSubMatrix(&U2, &U, k, r, 0, 1);
+    for (int i = 0; i < r; ++i)
+        N22(i, i) += 1e-15;
+    const Matrix T = N12 * !N22;
+    N = N11 - T * N21;
+    U = U1 - T * U2;
+}
+
+}  // namespace
+
+int CGNSSSPP::UpdateMatrix_NY_UY(Matrix& NYacc, Matrix& UYacc, Matrix N, Matrix U, const Matrix& targetList,
+                                 Matrix currentList, Matrix& /*spare*/)
+{
+    int index[4 * MAXSATNUM];
+    const int nCurrent = static_cast<int>(currentList.ColNo());
+    if (nCurrent > 4 * MAXSATNUM)
+        return 0;
+    int k = 0;
+    for (unsigned t = 0; t < targetList.ColNo(); ++t) {
+        const int j = GetIndexInMatrixCol(currentList, targetList(0, t));
+        if (j < 0)
+            continue;
+        if (j != k)
+            SwapParameters(N, U, currentList, j, k);
+        index[k++] = static_cast<int>(t);
+    }
+    if (k == 0)
+        return 1;
+    // Parameters missing from the target are eliminated, not dropped: their
+    // information stays in the others.
+    if (nCurrent - k >= 1)
+        EliminateTrailing(N, U, k);
+    for (int a = 0; a < k; ++a) {
+        for (int b = 0; b < k; ++b)
+            NYacc(index[a], index[b]) += N(a, b);
+        UYacc(index[a], 0) += U(a, 0);
+    }
+    return 1;
+}
+
+int CGNSSSPP::UpdateNY_UY_Pre_Tro(Matrix& NY, Matrix& UY, const Matrix& ambList, double dt)
+{
+    const int n = static_cast<int>(NY.RowNo());
+    const int m = static_cast<int>(ambList.ColNo());
+    if (n == 0 || m == 0 || dt <= 0.0)
+        return 1;
+    const int trailing = m + (m_conf->pos_mode == 2 ? 3 : 0);
+    const int s = n - trailing;
+    if (s < 1)
+        return 1;
+
+    // Pseudo-observation x_new - x_old = 0 with weight W; only the first
+    // element of the leading block gets the random-walk weight.
+    Matrix W(s, s);
+    W.Unit(s);
+    W(0, 0) = (1.296e7 / m_conf->pppos_value) / (dt * dt);
+
+    Matrix N11, N12, N21, N22, U1, U2;
+    GetSubMatrix(&N11, &NY, 0, s, 0, s);
+    GetSubMatrix(&N12, &NY, 0, s, s, trailing);
+    GetSubMatrix(&N21, &NY, s, trailing, 0, s);
+    GetSubMatrix(&N22, &NY, s, trailing, s, trailing);
+    GetSubMatrix(&U1, &UY, 0, s, 0, 1);
+    GetSubMatrix(&U2, &UY, s, trailing, 0, 1);
+
+    Matrix B(s, n), G(n, s), D(n, n), E(n, 1);
+    B.Null();
+    G.Null();
+    D.Null();
+    E.Null();
+    AddSubMatrix(&B, &W, 0, 0);
+    AddSubMatrix(&B, &N12, 0, s);
+    AddSubMatrix(&G, &W, 0, 0);
+    AddSubMatrix(&G, &N21, s, 0);
+    for (int i = 0; i < s; ++i) {
+        for (int j = 0; j < s; ++j) {
+            B(i, j) = -B(i, j);
+            G(i, j) = -G(i, j);
+        }
+    }
+    AddSubMatrix(&D, &W, 0, 0);
+    AddSubMatrix(&D, &N22, s, s);
+    AddSubMatrix(&E, &U2, s, 0);
+
+    const Matrix GAinv = G * !(N11 + W);
+    NY = D - GAinv * B;
+    UY = E - GAinv * U1;
+    return 1;
+}
+
+void CGNSSSPP::Clear_NY_UY_Keep(int, int)
+{
+}

@@ -1,0 +1,12 @@
+#include "engine/ProcInfoSite.h"
+
+PROCINFOSITE::PROCINFOSITE()
+    : epochCount(0), epochCount_bak(0), nextId(0), nextId_bak(0), lastTime{0, 0.0}, dZHD(0.0), dZWD0(0.0),
+      dSavedClk{}, dAprioriPos{}, dClkBase(0.0), bFixedEpoch(0), dRatio(0.0), dArValue(0.0), nArValue(0),
+      nConsecutiveFix(0), nLastFixed(-1), datumSat{-1, -1, -1, -1}, datumSatPrev{-1, -1, -1, -1}
+{
+    paraList.SetSize(1, 0);
+    ambList.SetSize(1, 0);
+    newParaList.SetSize(1, 0);
+    paraList_bak.SetSize(1, 0);
+}
