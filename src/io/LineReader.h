@@ -24,6 +24,11 @@ public:
     long lineNumber() const { return m_lineNumber; }
     const std::string& path() const { return m_path; }
 
+    // True once the input has turned out to be cut short: the line just
+    // returned had no line end (it may be incomplete), or the gzip stream
+    // ended before its trailer. Readers drop a record that touches such a line.
+    bool truncated() const { return m_truncated; }
+
     // Throws ReadError for the current line with the given explanation.
     [[noreturn]] void fail(const std::string& message) const;
 
@@ -39,6 +44,8 @@ private:
     size_t m_bufferPos;
     size_t m_bufferEnd;
     bool m_eof;
+    bool m_streamCut;   // the decompressor met the end of the file too early
+    bool m_truncated;
 };
 
 }  // namespace pppio
