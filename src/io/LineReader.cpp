@@ -28,7 +28,8 @@ bool LooksGzipped(const std::string& path)
 
 LineReader::LineReader(const std::string& path)
     : m_path(path), m_handle(nullptr), m_lineNumber(0), m_buffer(nullptr), m_bufferSize(kBufferSize),
-      m_bufferPos(0), m_bufferEnd(0), m_eof(false), m_terminated(true)
+      m_bufferPos(0), m_bufferEnd(0), m_eof(false), m_streamCut(false), m_truncated(false),
+      m_terminated(true)
 {
 #ifdef PPPIO_HAVE_ZLIB
     // gzopen reads uncompressed files transparently as well.
@@ -73,6 +74,10 @@ bool LineReader::fillBuffer()
         throw ReadError(m_path, m_lineNumber + 1, std::string("decompression failed: ") + text);
     }
     const size_t got = static_cast<size_t>(n);
+    int code = Z_OK;
+    gzerror(gz, &code);
+    if (code == Z_BUF_ERROR)  // data up to the cut is delivered, then nothing
+        m_streamCut = true;
 #else
     const size_t got = std::fread(m_buffer, 1, m_bufferSize, static_cast<FILE*>(m_handle));
 #endif
@@ -104,8 +109,12 @@ bool LineReader::next()
         m_line.append(start, available);
         m_bufferPos = m_bufferEnd;
     }
-    if (!any)
+    if (!any) {
+        m_truncated = m_truncated || m_streamCut;
         return false;
+    }
+    if (m_eof)  // the line ran into the end of the file without a line end
+        m_truncated = true;
     if (!m_line.empty() && m_line.back() == '\r')
         m_line.pop_back();
     ++m_lineNumber;

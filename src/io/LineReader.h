@@ -27,6 +27,11 @@ public:
     // line end: the usual sign of a file cut short.
     bool lineTerminated() const { return m_terminated; }
 
+    // True once the input has turned out to be cut short: the line just
+    // returned had no line end (it may be incomplete), or the gzip stream
+    // ended before its trailer. Readers drop a record that touches such a line.
+    bool truncated() const { return m_truncated; }
+
     // Throws ReadError for the current line with the given explanation.
     [[noreturn]] void fail(const std::string& message) const;
 
@@ -42,6 +47,8 @@ private:
     size_t m_bufferPos;
     size_t m_bufferEnd;
     bool m_eof;
+    bool m_streamCut;   // the decompressor met the end of the file too early
+    bool m_truncated;
     bool m_terminated;
 };
 

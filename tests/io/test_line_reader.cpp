@@ -70,6 +70,26 @@ TEST(LineReader, FailNamesFileAndLine)
     }
 }
 
+TEST(LineReader, TellsALastLineWithoutLineEnd)
+{
+    const std::string complete = TempPath("complete.txt");
+    WriteFile(complete, "a\nb\n");
+    pppio::LineReader whole(complete);
+    while (whole.next())
+        EXPECT_FALSE(whole.truncated());
+    EXPECT_FALSE(whole.truncated());
+
+    const std::string cut = TempPath("cut.txt");
+    WriteFile(cut, "a\nb");
+    pppio::LineReader reader(cut);
+    ASSERT_TRUE(reader.next());
+    EXPECT_FALSE(reader.truncated());
+    ASSERT_TRUE(reader.next());
+    EXPECT_EQ(reader.line(), "b");
+    EXPECT_TRUE(reader.truncated());
+    EXPECT_FALSE(reader.next());
+}
+
 #ifdef PPPIO_HAVE_ZLIB
 TEST(LineReader, ReadsGzipAndTruncatedGzip)
 {
@@ -102,6 +122,16 @@ TEST(LineReader, ReadsGzipAndTruncatedGzip)
         EXPECT_NE(std::string(e.what()).find("truncated.gz"), std::string::npos);
     }
     EXPECT_LT(count, 20000u);
+
+    // Wherever the archive is cut, the reader reports it, also when the
+    // text decoded so far happens to end with a line end.
+    for (size_t length = bytes.size() / 2; length < bytes.size() / 2 + 40; ++length) {
+        WriteFile(cut, bytes.substr(0, length));
+        pppio::LineReader reader(cut);
+        while (reader.next()) {
+        }
+        EXPECT_TRUE(reader.truncated()) << length;
+    }
 }
 #endif
 
