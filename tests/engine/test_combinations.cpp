@@ -3,7 +3,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "EngineFixtures.h"
+#include "support/EngineFixtures.h"
 #include "common/GNSSConst.h"
 #include "engine/BDSMultipath.h"
 

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <initializer_list>
 
-#include "EngineFixtures.h"
+#include "support/EngineFixtures.h"
 #include "common/GNSSConst.h"
 
 using namespace enginetest;

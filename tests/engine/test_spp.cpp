@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "EngineFixtures.h"
+#include "support/EngineFixtures.h"
 #include "common/GNSSConst.h"
 
 using namespace enginetest;

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "EngineFixtures.h"
+#include "support/EngineFixtures.h"
 #include "engine/EpochLookup.h"
 
 using namespace enginetest;

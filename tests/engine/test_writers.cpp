@@ -4,7 +4,7 @@
 #include <cstring>
 #include <string>
 
-#include "EngineFixtures.h"
+#include "support/EngineFixtures.h"
 #include "engine/ProcInfoSite.h"
 
 using namespace enginetest;

@@ -1,4 +1,4 @@
-#include "EngineFixtures.h"
+#include "support/EngineFixtures.h"
 
 #include <cmath>
 #include <cstdio>

@@ -1,7 +1,7 @@
 // Shared test material of the engine: a real orbit excerpt, synthetic epochs
 // observed from a known receiver position, and engine construction.
-#ifndef PPPLIB_TESTS_ENGINE_ENGINEFIXTURES_H
-#define PPPLIB_TESTS_ENGINE_ENGINEFIXTURES_H
+#ifndef PPPLIB_TESTS_SUPPORT_ENGINEFIXTURES_H
+#define PPPLIB_TESTS_SUPPORT_ENGINEFIXTURES_H
 
 #include <memory>
 #include <string>
