@@ -5,13 +5,16 @@
 
 #include "common/GNSSConst.h"
 #include "common/gnsscmn.h"
+#include "engine/EpochLookup.h"
 #include "engine/GNSSEpoch.h"
 #include "lib/Process.h"
 
 namespace {
 double AgeSeconds(const tagGPSTIME2* t, int week, double sow)
 {
-    return (t->week - week) * 604800.0 + (t->sow - sow);
+    // The week difference in double: a garbage week must not wrap into a
+    // small or negative (future) age.
+    return (static_cast<double>(t->week) - week) * 604800.0 + (t->sow - sow);
 }
 }  // namespace
 
@@ -50,7 +53,8 @@ bool t_Process::AugmentCorrect(tagGPSOBSONEEPO* epoch, t_aug* aug)
     else
         aug_mat.Null();   // no record: no satellite has a correction
     const math::matrix<double> corrections = aug_mat;
-    for (int i = 0; i < epoch->nSatNum; ++i) {
+    const int satellites = EpochSatCount(epoch);
+    for (int i = 0; i < satellites; ++i) {
         tagOBSONESAT& s = epoch->sat[i];
         if (s.bUsed != 1)
             continue;
@@ -68,7 +72,9 @@ bool t_Process::AugmentCorrect(tagGPSOBSONEEPO* epoch, t_aug* aug)
         } else {
             s.bUsed = 0;
             epoch->epoHead.nUsedSat--;
-            epoch->epoHead.nUsedSys[judge_sys(s.iprn)]--;
+            const int sys = judge_sys(s.iprn);
+            if (sys >= 0)   // a packed index beyond the tables has no system count
+                epoch->epoHead.nUsedSys[sys]--;
             if (static_cast<size_t>(epoch->epoHead.nUsedSat) <= systems.size() + 3)
                 return false;
         }
