@@ -30,6 +30,8 @@ private:
 };
 
 std::string ReadFile(const std::string& path);
+// Creates an empty regular file (e.g. to stand where a directory is expected); returns its path.
+std::string MakeEmptyFile(const std::string& path);
 bool Exists(const std::string& path);
 // Names in a directory, sorted; empty when it does not exist.
 std::vector<std::string> ListDir(const std::string& path);

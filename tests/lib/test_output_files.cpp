@@ -9,7 +9,6 @@
 #include <set>
 
 #include "LibFixtures.h"
-#include "lib/OutputFiles.h"
 
 using namespace libtest;
 
@@ -240,13 +239,8 @@ TEST(ResultFiles, AppendContinuesTheDaysFilesAndRepeatsThePositionHeaders)
 TEST(ResultFiles, UnwritableDirectoryFailsOnlyTheEpochThatReopens)
 {
     TempDir dir;
-    const std::string plainFile = dir / "not_a_directory";
-    FILE* f = std::fopen(plainFile.c_str(), "wb");
-    ASSERT_NE(f, nullptr);
-    std::fclose(f);
-
     Host host;
-    std::strcpy(host.conf.res_dir, plainFile.c_str());
+    std::strcpy(host.conf.res_dir, MakeEmptyFile(dir / "not_a_directory").c_str());
     host.Start();
     host.SetEpoch(2020, 6, 25, 0, 15, 0.0);
     EXPECT_EQ(host.Run(), -2);
@@ -294,16 +288,6 @@ TEST(ResultFiles, UndatedFilesOfCreatFilesForOutput)
               Names("ABCD", {".spp", ".ppp", ".pppar", ".ppprtk", ".resc", ".resp", ".outlier"}));
     for (const std::string& name : ListDir(host.dir.path()))
         EXPECT_EQ(ReadFile(host.dir / name), "") << name;
-}
-
-TEST(ResultFiles, SharedDefaults)
-{
-    EXPECT_EQ(write_mode, "wb");
-    EXPECT_EQ(version, "v1.0-beta6");
-    const char* const months[12] = {"JAN", "FEB", "MAR", "APR", "MAY", "JUN",
-                                    "JUL", "AUG", "SEP", "OCT", "NEV", "DEC"};
-    for (int m = 0; m < 12; ++m)
-        EXPECT_STREQ(MONTH[m], months[m]);
 }
 
 }  // namespace

@@ -189,18 +189,6 @@ TEST(GaussianNoise, SuccessiveCallsReturnTheTwoValuesOfOneAcceptedPair)
     }
 }
 
-TEST(GaussianNoise, SecondValueOfAPairDrawsNothing)
-{
-    std::srand(7);
-    PolarPair();
-    const int next = std::rand();   // the generator after one accepted pair
-    StartNewGaussPair();
-    std::srand(7);
-    gaussrand();
-    gaussrand();
-    EXPECT_EQ(std::rand(), next);
-}
-
 // --- AugmentCorrect
 
 struct RtkEpoch {

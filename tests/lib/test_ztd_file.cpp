@@ -129,10 +129,8 @@ TEST(ZtdFile, AppendDoesNotApplyToTheDelayFile)
 TEST(ZtdFile, UnwritableDirectoryFailsOnlyTheEpochThatReopens)
 {
     TempDir scratch;
-    const std::string plainFile = scratch / "plain";
-    std::fclose(std::fopen(plainFile.c_str(), "wb"));
     Host host;
-    std::strcpy(host.conf.ztd_dir, plainFile.c_str());
+    std::strcpy(host.conf.ztd_dir, MakeEmptyFile(scratch / "plain").c_str());
     host.Start();
     host.SetEpoch(2015, 3, 2, 10, 0, 0.0);
     EXPECT_EQ(host.Run(), -2);
