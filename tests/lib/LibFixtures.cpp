@@ -1,6 +1,7 @@
 #include "LibFixtures.h"
 
 #include <dirent.h>
+#include <sys/stat.h>
 #include <stdlib.h>
 #include <unistd.h>
 
@@ -19,13 +20,10 @@ namespace {
 
 void RemoveTree(const std::string& path)
 {
-    if (DIR* dir = opendir(path.c_str())) {
-        while (const dirent* entry = readdir(dir)) {
-            const std::string name = entry->d_name;
-            if (name != "." && name != "..")
-                RemoveTree(path + "/" + name);
-        }
-        closedir(dir);
+    struct stat info;
+    if (lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
+        for (const std::string& name : ListDir(path))
+            RemoveTree(path + "/" + name);
         rmdir(path.c_str());
     } else {
         std::remove(path.c_str());
@@ -72,8 +70,9 @@ bool Exists(const std::string& path)
 std::vector<std::string> ListDir(const std::string& path)
 {
     std::vector<std::string> names;
+    // readdir64: a 32-bit program's readdir fails on 64-bit inode numbers.
     if (DIR* dir = opendir(path.c_str())) {
-        while (const dirent* entry = readdir(dir)) {
+        while (const dirent64* entry = readdir64(dir)) {
             const std::string name = entry->d_name;
             if (name != "." && name != "..")
                 names.push_back(name);
