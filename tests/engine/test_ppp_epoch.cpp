@@ -70,6 +70,11 @@ TEST(PPPFloatSimulation, StaticSolutionConvergesToTheKnownSite)
         EXPECT_NEAR(run.result().dClk[0], Simulator::ReceiverClock('G', sow), 0.5e-9);
         EXPECT_NEAR(run.result().dClk[2], Simulator::ReceiverClock('E', sow), 0.5e-9);
         EXPECT_EQ(run.state().epochCount, kThreeHours);
+        // The squared length of the correction to the a-priori coordinates.
+        const double* pos = run.result().dPos;
+        const double* apriori = run.state().dAprioriPos;
+        EXPECT_NEAR(run.result().dDx2, Distance(pos, apriori) * Distance(pos, apriori), 1e-9);
+        EXPECT_GT(run.result().dDx2, 1.0);
     }
 }
 
@@ -90,6 +95,8 @@ TEST(PPPFloatSimulation, KinematicSolutionFollowsTheSiteEpochByEpoch)
     }
     EXPECT_LT(std::sqrt(sum / n), 0.05);
     EXPECT_NEAR(run.result().dZWD, sim.setup().zwd, 0.01);
+    const double d = Distance(run.result().dPos, run.state().dAprioriPos);
+    EXPECT_NEAR(run.result().dDx2, d * d, 1e-9);
 }
 
 TEST(PPPFloatSimulation, FixedCoordinatesEstimateClocksAndTroposphereOnly)
@@ -102,6 +109,7 @@ TEST(PPPFloatSimulation, FixedCoordinatesEstimateClocksAndTroposphereOnly)
     for (int k = 0; k < kThreeHours; ++k)
         ASSERT_EQ(run.Step(Sow(k)), 2) << "epoch " << k;
     EXPECT_EQ(run.PositionError(), 0.0);
+    EXPECT_EQ(run.result().dDx2, 0.0);
     EXPECT_NEAR(run.result().dZWD, sim.setup().zwd, 0.005);
     EXPECT_NEAR(run.result().dClk[0], Simulator::ReceiverClock('G', Sow(kThreeHours - 1)), 0.5e-9);
     // Only the troposphere and the ambiguities are carried.
