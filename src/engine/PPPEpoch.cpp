@@ -194,6 +194,7 @@ int CGNSSSPP::PPPOneEpoch(tagGPSOBSONEEPO* epo, tagGMSP3REC* orb, tagGMN* nav, t
     ps->Q11 = Q11;
     ps->N12 = N12;
     ps->U1 = U1;
+    ps->lastResult = *result;
     ps->lastTime = epo->tGpsTime;
     ps->epochCount++;
 

@@ -317,6 +317,8 @@ TEST(PPPFloatSimulation, UnknownStaticSiteKeepsTheFirstSinglePointPosition)
     for (int k = 1; k < 150; ++k) {
         ASSERT_EQ(run.Step(Sow(k)), 2);
         ASSERT_EQ(Distance(run.state().dAprioriPos, first), 0.0) << "epoch " << k;
+        // The filter keeps the solution record of the epoch it accumulated.
+        ASSERT_EQ(run.state().lastResult.tGpsTime.sow, Sow(k));
     }
     EXPECT_EQ(run.engine().m_set.bStaticPosValid, 1);
     EXPECT_LT(run.PositionError(), 0.02);
