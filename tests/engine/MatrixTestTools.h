@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <initializer_list>
 
 #include "math/TMatrix.h"
 
@@ -43,6 +44,7 @@ private:
     uint32_t m_state;
 };
 
+// Largest difference of two matrices element by element; infinite for different shapes.
 inline double MaxAbsDiff(const Matrix& a, const Matrix& b)
 {
     if (a.RowNo() != b.RowNo() || a.ColNo() != b.ColNo())
@@ -54,13 +56,14 @@ inline double MaxAbsDiff(const Matrix& a, const Matrix& b)
     return d;
 }
 
-inline double MaxAbs(const Matrix& a)
+// A one-row matrix, e.g. a satellite or parameter list.
+inline Matrix RowOf(std::initializer_list<double> values)
 {
-    double d = 0.0;
-    for (unsigned i = 0; i < a.RowNo(); ++i)
-        for (unsigned j = 0; j < a.ColNo(); ++j)
-            d = std::fmax(d, std::fabs(a(i, j)));
-    return d;
+    Matrix m(1, static_cast<unsigned>(values.size()));
+    unsigned j = 0;
+    for (double v : values)
+        m(0, j++) = v;
+    return m;
 }
 
 // Block of rows r0.. and columns c0.. of a matrix.

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <initializer_list>
-
 #include "EngineFixtures.h"
 #include "MatrixTestTools.h"
 #include "engine/NormalEquations.h"
@@ -9,17 +7,9 @@
 using mtest::Block;
 using mtest::MaxAbsDiff;
 using mtest::Random;
+using mtest::RowOf;
 
 namespace {
-
-Matrix Ids(std::initializer_list<double> values)
-{
-    Matrix m(1, static_cast<unsigned>(values.size()));
-    unsigned j = 0;
-    for (double v : values)
-        m(0, j++) = v;
-    return m;
-}
 
 Matrix Zeros(unsigned rows, unsigned cols)
 {
@@ -49,8 +39,8 @@ TEST_F(FilterUpdate, NoTargetIdentifierPresentLeavesTheAccumulatorsAlone)
     Random r(1);
     Matrix NY = r.SymmetricPositive(3), UY = r.Fill(3, 1, -1, 1);
     const Matrix NY0 = NY, UY0 = UY;
-    EXPECT_EQ(spp.UpdateMatrix_NY_UY(NY, UY, r.SymmetricPositive(2), r.Fill(2, 1, -1, 1), Ids({1, 2, 3}),
-                                     Ids({7, 8}), spare),
+    EXPECT_EQ(spp.UpdateMatrix_NY_UY(NY, UY, r.SymmetricPositive(2), r.Fill(2, 1, -1, 1), RowOf({1, 2, 3}),
+                                     RowOf({7, 8}), spare),
               1);
     EXPECT_EQ(MaxAbsDiff(NY, NY0), 0.0);
     EXPECT_EQ(MaxAbsDiff(UY, UY0), 0.0);
@@ -59,7 +49,7 @@ TEST_F(FilterUpdate, NoTargetIdentifierPresentLeavesTheAccumulatorsAlone)
 TEST_F(FilterUpdate, AllIdentifiersPresentAddAtTheirTargetPositions)
 {
     Random r(2);
-    const Matrix target = Ids({10, 11, 12}), current = Ids({12, 10, 11});
+    const Matrix target = RowOf({10, 11, 12}), current = RowOf({12, 10, 11});
     const Matrix N = r.SymmetricPositive(3), U = r.Fill(3, 1, -1, 1);
     Matrix NY = r.SymmetricPositive(3), UY = r.Fill(3, 1, -1, 1);
     Matrix wantN = NY, wantU = UY;
@@ -73,7 +63,7 @@ TEST_F(FilterUpdate, ParameterMissingFromTheTargetIsEliminatedNotDropped)
 {
     Random r(3);
     // Identifier 13 is not carried on; 14 is new in the target and gets nothing.
-    const Matrix target = Ids({10, 12, 14}), current = Ids({12, 13, 10});
+    const Matrix target = RowOf({10, 12, 14}), current = RowOf({12, 13, 10});
     const Matrix N = r.SymmetricPositive(3), U = r.Fill(3, 1, -1, 1);
     const Matrix full = !N * U;   // estimates of 12, 13, 10
 
@@ -93,7 +83,7 @@ TEST_F(FilterUpdate, ReindexingThenAddingEqualsTheCombinedSystem)
     // added over the new list. The result must solve like the combined system
     // over the union of identifiers.
     Random r(4);
-    const Matrix oldList = Ids({0, 5, 7}), newList = Ids({0, 7, 9});
+    const Matrix oldList = RowOf({0, 5, 7}), newList = RowOf({0, 7, 9});
     const Matrix NYold = r.SymmetricPositive(3), UYold = r.Fill(3, 1, -1, 1);
     const Matrix N = r.SymmetricPositive(3), U = r.Fill(3, 1, -1, 1);
 
@@ -102,7 +92,7 @@ TEST_F(FilterUpdate, ReindexingThenAddingEqualsTheCombinedSystem)
     ASSERT_EQ(spp.UpdateMatrix_NY_UY(NY, UY, N, U, newList, newList, spare), 1);
     const Matrix X = !NY * UY;
 
-    const Matrix all = Ids({0, 5, 7, 9});
+    const Matrix all = RowOf({0, 5, 7, 9});
     Matrix Nall = Zeros(4, 4), Uall = Zeros(4, 1);
     Embed(Nall, Uall, NYold, UYold, oldList, all);
     Embed(Nall, Uall, N, U, newList, all);

@@ -11,6 +11,7 @@
 using mtest::Block;
 using mtest::MaxAbsDiff;
 using mtest::Random;
+using mtest::RowOf;
 
 namespace {
 
@@ -180,15 +181,6 @@ TEST(NormalEquationBuilders, FlagOtherThanMinusOneRefusesAndWritesNothing)
 
 // ------------------------------------------------------------ satellite lists
 
-Matrix Row(std::initializer_list<double> values)
-{
-    Matrix m(1, static_cast<unsigned>(values.size()));
-    unsigned j = 0;
-    for (double v : values)
-        m(0, j++) = v;
-    return m;
-}
-
 TEST(SatelliteLists, ExchangeSortIsDescendingAndKeepsEqualElevationsInOrder)
 {
     int prn[6] = {1, 2, 3, 4, 5, 6};
@@ -226,7 +218,7 @@ TEST(SatelliteLists, MatrixSortsRoundTheIndexesAndCarryTheValueRow)
     ASSERT_EQ(SortMatrixByElev2(two), 1);
     EXPECT_EQ(two(0, 2), 7.0);
     EXPECT_EQ(two(1, 2), 0.1);
-    Matrix one = Row({3.0, 4.0});
+    Matrix one = RowOf({3.0, 4.0});
     EXPECT_EQ(SortMatrixByElev2(one), 0);
 }
 
@@ -241,18 +233,18 @@ TEST(SatelliteLists, SortByEpochElevationsNeedsEverySatelliteInTheEpoch)
         epo->sat[i].dElev = elev[i];
     }
     epo->nSatNum = 3;
-    Matrix list = Row({3, 70, 40});
+    Matrix list = RowOf({3, 70, 40});
     ASSERT_EQ(SortMatrixByElev(list, epo.get()), 1);
     EXPECT_EQ(list(0, 0), 40.0);
     EXPECT_EQ(list(0, 1), 70.0);
     EXPECT_EQ(list(0, 2), 3.0);
-    Matrix missing = Row({3, 12});
+    Matrix missing = RowOf({3, 12});
     EXPECT_EQ(SortMatrixByElev(missing, epo.get()), 0);
 }
 
 TEST(SatelliteLists, LookupsFindTheFirstMatchOrMinusOne)
 {
-    const Matrix list = Row({4, 7.0000001, 9, 7});
+    const Matrix list = RowOf({4, 7.0000001, 9, 7});
     EXPECT_EQ(GetIndexInMatrixCol(list, 7.0), 3);          // exact equality
     EXPECT_EQ(GetIndexInMatrixC(7, list), 1);              // rounded
     EXPECT_EQ(GetIndexInMatrixCol(list, 5.0), -1);
@@ -273,7 +265,7 @@ TEST(SatelliteLists, CommonSatellitesFollowTheSecondListAndCarryTheValues)
     for (int r = 0; r < 2; ++r)
         for (int c = 0; c < 3; ++c)
             listA(r, c) = a[r][c];
-    const Matrix listB = Row({12, 6, 5});
+    const Matrix listB = RowOf({12, 6, 5});
     Matrix out;
     ASSERT_EQ(GenMatrixSatsCmn(out, listA, listB), 1);
     ASSERT_EQ(out.RowNo(), 3u);
@@ -314,8 +306,8 @@ std::unique_ptr<tagGPSOBSONEEPO> EpochOf(std::initializer_list<std::array<int, 3
 TEST(ParameterList, CarriedArcsKeepTheirIdentifiersOthersGetNewOnes)
 {
     // Old list: troposphere 0, ambiguities of satellites 3, 5, 8 with identifiers 11, 12, 13.
-    const Matrix oldList = Row({0, 11, 12, 13});
-    const Matrix ambList = Row({3, 5, 8});
+    const Matrix oldList = RowOf({0, 11, 12, 13});
+    const Matrix ambList = RowOf({3, 5, 8});
     // Satellite 5 continues, 3 restarted its arc, 7 is new, 8 is not in use.
     const auto epo = EpochOf({{3, 1, 2}, {5, 1, 3}, {7, 1, 3}, {8, 0, 3}});
     Matrix newList(1, 4);
@@ -330,13 +322,13 @@ TEST(ParameterList, CarriedArcsKeepTheirIdentifiersOthersGetNewOnes)
 
 TEST(ParameterList, TwoEpochFormNeedsTheArcInBothEpochs)
 {
-    const Matrix oldList = Row({0, 11, 12});
-    const Matrix ambList = Row({3, 5});
+    const Matrix oldList = RowOf({0, 11, 12});
+    const Matrix ambList = RowOf({3, 5});
     const auto prev = EpochOf({{3, 1, 3}, {5, 1, 1}});
     const auto cur = EpochOf({{3, 1, 3}, {5, 1, 3}});
     const tagGPSOBSONEEPO* epochs[2] = {prev.get(), cur.get()};
     // Column 0 of the satellite list is not a satellite.
-    const Matrix sats = Row({-1, 3, 5});
+    const Matrix sats = RowOf({-1, 3, 5});
     Matrix newList(1, 3);
     int nextId = 30;
     ASSERT_EQ(GenMatrix_Para(newList, oldList, nextId, ambList, sats, epochs), 1);
@@ -344,7 +336,7 @@ TEST(ParameterList, TwoEpochFormNeedsTheArcInBothEpochs)
     EXPECT_EQ(newList(0, 2), 30.0);   // satellite 5 only continues in the current epoch
     EXPECT_EQ(nextId, 31);
 
-    const Matrix absent = Row({-1, 3, 9});
+    const Matrix absent = RowOf({-1, 3, 9});
     EXPECT_EQ(GenMatrix_Para(newList, oldList, nextId, ambList, absent, epochs), 0);
 }
 
