@@ -1,12 +1,7 @@
-// Driver stages after preprocessing: float PPP, UPD export, ambiguity
-// resolution and the PPP-RTK output.
+// Driver stages after the float solution: UPD export, ambiguity resolution
+// and the PPP-RTK output.
 #include "engine/GNSSSPP.h"
 #include "lib/Process.h"
-
-bool t_Process::cmp_ppp(tagOBSONEEPOONESTA*)
-{
-    return false;   // the float PPP filter is not built yet
-}
 
 bool t_Process::cmp_input_upd(tagOBSONEEPOONESTA*)
 {
