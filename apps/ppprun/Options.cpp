@@ -164,9 +164,10 @@ library and prints a summary. Input files may be gzip-compressed; the
 observation file may be Compact RINEX.
 
 Input:
-  --obs FILE            RINEX 2/3/4 observation file (required)
+  --obs FILE            RINEX 2/3/4 observation file (required, no default)
   --sp3 FILE            precise orbits, SP3; repeat for the neighbouring day
-                        (give both days when the data touches midnight)
+                        (give both days when the data touches midnight);
+                        required unless --broadcast-fallback (no default)
   --clk FILE            precise clocks, RINEX clock; repeatable
                         (default: the SP3 clocks)
   --atx FILE            ANTEX antenna file: receiver antenna offsets and

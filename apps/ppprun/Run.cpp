@@ -149,6 +149,9 @@ struct Products {
 
     Products(const Options& o, RunResult& result)
     {
+        // The first epoch of a clock file's day is received after the
+        // file's first sample but sent up to a tenth of a second before it.
+        clock.setEdgeExtrapolation(1.0);
         const pppio::SatelliteSet wanted = WantedSatellites(o.systems);
         for (const std::string& path : o.sp3)
             orbit.load(path, wanted);
@@ -227,6 +230,8 @@ RunResult Run(const Options& o)
                                     siteReport);
     result.site = siteReport.name;
     result.coordinates = siteReport.coordinates;
+    if (o.posMode == 1 && !siteReport.coordinatesKnown)
+        throw InputError("--dynamics fixed needs the site's coordinates (--apriori, or --sinex with the site)");
 
     const double interval = ObservationInterval(o.obs, header);
     t_conf conf = MakeConfiguration(o, interval, siteReport.name);
@@ -247,9 +252,6 @@ RunResult Run(const Options& o)
 
     pppio::OrbitRecordBuilder orbits(products.sources(o), o.satAntenna);
     const pppio::CarrierFrequencies frequencies(header, o.nav.empty() ? nullptr : &products.broadcast);
-    if (o.systems.find('R') != std::string::npos && frequencies.glonassSlotsWithoutChannel() > 0)
-        result.notes.push_back(std::to_string(frequencies.glonassSlotsWithoutChannel()) +
-                               " GLONASS slots without a known frequency channel are left out");
     pppio::EpochAssembler assembler(header, frequencies, orbits, o.systems);
 
     Accuracy accuracy(o.ref);

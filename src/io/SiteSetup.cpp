@@ -88,18 +88,18 @@ tagSITE BuildSite(const RinexObsHeader& header, const SiteRequest& request, cons
     CopyText(report.name, site.name, sizeof(site.name));
 
     double xyz[3] = {0.0, 0.0, 0.0};
-    bool known = true;
+    report.coordinatesKnown = true;
     if (request.hasApriori) {
         std::memcpy(xyz, request.apriori, sizeof(xyz));
         report.coordinates = "given";
     } else if (request.sinex && request.sinex->position(report.name, epoch, xyz)) {
         report.coordinates = "SINEX";
     } else {
-        known = false;
+        report.coordinatesKnown = false;
         report.coordinates = "none (first single point solution)";
     }
     site.crd = {xyz[0], xyz[1], xyz[2]};
-    if (known) {
+    if (report.coordinatesKnown) {
         CGNSSCoordConvert convert;
         convert.CartesianToGeodetic(&site.crd, &site.blh, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
     }

@@ -28,6 +28,7 @@ struct SiteRequest {
 struct SiteReport {
     std::string name;                 // the four-character identifier used
     std::string coordinates;          // where the a-priori coordinates came from
+    bool coordinatesKnown = false;    // false: left zero for the library to fill
     std::string antenna;              // antenna and radome of the header
     const AntexAntenna* calibration = nullptr;   // the ANTEX entry used, null when none
     bool radomeReplaced = false;      // the entry with radome NONE stands in
