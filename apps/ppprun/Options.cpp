@@ -17,18 +17,33 @@ double ParseNumber(const std::string& option, const std::string& text)
     return value;
 }
 
-void ParseTriple(const std::string& option, const std::string& text, double* xyz)
+// n comma-separated numbers; `shape` names them in the message.
+void ParseList(const std::string& option, const std::string& text, double* values, int n, const char* shape)
 {
     size_t start = 0;
-    for (int k = 0; k < 3; ++k) {
+    for (int k = 0; k < n; ++k) {
         const size_t comma = text.find(',', start);
-        const bool last = k == 2;
+        const bool last = k == n - 1;
         if (last != (comma == std::string::npos))
-            throw UsageError("option " + option + " expects X,Y,Z in metres, not '" + text + "'");
+            throw UsageError("option " + option + " expects " + shape + ", not '" + text + "'");
         const std::string part = text.substr(start, last ? std::string::npos : comma - start);
-        xyz[k] = ParseNumber(option, part);
+        values[k] = ParseNumber(option, part);
         start = comma + 1;
     }
+}
+
+void ParseTriple(const std::string& option, const std::string& text, double* xyz)
+{
+    ParseList(option, text, xyz, 3, "X,Y,Z in metres");
+}
+
+// Five positive values for G, R, E, C and BeiDou geostationary satellites.
+void ParseWeights(const std::string& option, const std::string& text, double* values)
+{
+    ParseList(option, text, values, 5, "five values G,R,E,C,C-GEO");
+    for (int k = 0; k < 5; ++k)
+        if (!(values[k] > 0.0))
+            throw UsageError("option " + option + " expects positive values, not '" + text + "'");
 }
 
 int ParseMode(const std::string& text)
@@ -117,6 +132,10 @@ Options ParseOptions(int argc, char** argv)
             o.summaryJson = value();
         else if (option == "--quiet")
             o.quiet = true;
+        else if (option == "--weights")
+            ParseWeights(option, value(), o.weightFactor);
+        else if (option == "--code-ratios")
+            ParseWeights(option, value(), o.codeRatio);
         else if (option == "--trop-noise")
             o.tropNoise = ParseNumber(option, value());
         else if (option == "--no-tide")
@@ -192,6 +211,12 @@ Processing:
   --trop-noise Q        troposphere process noise of the PPP filter; 0.01
                         gives about 1 cm per square-root hour at 30 s
                         (default: 0.01)
+  --weights G,R,E,C,CG  relative phase weights per system, the last for
+                        BeiDou geostationary satellites; normalised by
+                        the first (default: 1,1,1,1,0.1)
+  --code-ratios G,R,E,C,CG
+                        code-to-phase sigma ratio per system
+                        (default: 300,600,600,600,900)
   --no-tide             no solid earth tide correction (default: on in ppp)
   --no-windup           no phase wind-up correction (default: on in ppp)
   --no-rec-antenna      no receiver antenna correction (default: on in ppp)

@@ -31,6 +31,11 @@ struct Options {
     std::string summaryJson;          // JSON summary file; empty: none
     bool quiet = false;
 
+    // Observation weights (t_conf.weight): relative phase weight and
+    // code-to-phase sigma ratio of G, R, E, C and BeiDou GEO satellites.
+    // Equal phase weights let Galileo and GLONASS count fully in the filter.
+    double weightFactor[5] = {1.0, 1.0, 1.0, 1.0, 0.1};
+    double codeRatio[5] = {300.0, 600.0, 600.0, 600.0, 900.0};
     double tropNoise = 0.01;          // t_conf.pppos_value
     bool solidTide = true;
     bool windUp = true;

@@ -117,6 +117,10 @@ t_conf MakeConfiguration(const Options& o, double interval, const std::string& s
     conf.product_source = 3;
     conf.mode = o.mode;
     conf.pos_mode = o.posMode;
+    for (int k = 0; k < 5; ++k) {
+        conf.weight.dWeightFactor[k] = o.weightFactor[k];
+        conf.weight.dWeightSigma[k] = o.codeRatio[k];
+    }
     if (!o.outDir.empty()) {
         CopyText(o.outDir, conf.res_dir);
         CopyText(o.outDir + "/ztd", conf.ztd_dir);

@@ -135,7 +135,7 @@ TEST(PpprunOptions, HelpDocumentsEveryOptionWithItsDefault)
     EXPECT_EQ(r.exitCode, 0);
     for (const char* option : {"--obs", "--sp3", "--clk", "--atx", "--nav", "--broadcast-fallback", "--sinex",
                                "--mode", "--dynamics", "--systems", "--elev-mask", "--apriori", "--site",
-                               "--trop-noise", "--no-tide", "--no-windup", "--no-rec-antenna", "--no-sat-antenna",
+                               "--weights", "--code-ratios", "--trop-noise", "--no-tide", "--no-windup", "--no-rec-antenna", "--no-sat-antenna",
                                "--reset-hours", "--out", "--debug", "--residuals", "--ref", "--summary", "--quiet"}) {
         const size_t at = r.out.find(std::string("\n  ") + option + " ");
         ASSERT_NE(at, std::string::npos) << option;
@@ -147,7 +147,8 @@ TEST(PpprunOptions, HelpDocumentsEveryOptionWithItsDefault)
 TEST(PpprunOptions, BadOptionsExitWithTwoAndOneLine)
 {
     for (const char* arguments : {"--frobnicate", "--obs x --mode fast", "--obs x --elev-mask high",
-                                  "--obs x --sp3 y --systems GX", "--obs x --sp3 y --ref 1,2", "--obs"}) {
+                                  "--obs x --sp3 y --systems GX", "--obs x --sp3 y --ref 1,2", "--obs x --sp3 y --weights 1,1,1,1",
+                                  "--obs x --sp3 y --code-ratios 300,0,600,600,900", "--obs"}) {
         const Outcome r = RunProgram(arguments);
         EXPECT_EQ(r.exitCode, 2) << arguments;
         EXPECT_EQ(LineCount(r.err), 1) << arguments << ": " << r.err;
