@@ -194,6 +194,7 @@ int CGNSSSPP::PPPOneEpoch(tagGPSOBSONEEPO* epo, tagGMSP3REC* orb, tagGMN* nav, t
     ps->Q11 = Q11;
     ps->N12 = N12;
     ps->U1 = U1;
+    ps->lastResult = *result;
     ps->lastTime = epo->tGpsTime;
     ps->epochCount++;
 
@@ -257,18 +258,23 @@ void CGNSSSPP::StorePPPSolution(tagGPSOBSONEEPO* epo, tagSPPONERESULT* result, P
     const int clockStart = positionInA1 ? 3 : 0;
     for (int j = 0; j < nA && j < 7; ++j)
         result->dStd[j] = std::sqrt(std::fabs(ps->Q11(j, j))) * sigmaPhase;
+    // The coordinate correction to the a-priori position: carried in the
+    // static mode, an epoch parameter in the kinematic modes, none when fixed.
+    double correction[3] = {0.0, 0.0, 0.0};
     if (staticMode) {
-        // The coordinates are carried: their precision comes from the filter.
         for (int c = 0; c < 3; ++c) {
-            result->dPos[c] = ps->dAprioriPos[c] + X(1 + c, 0);
+            correction[c] = X(1 + c, 0);
+            // The coordinates are carried: their precision comes from the filter.
             result->dStd[c] = std::sqrt(std::fabs(ps->Qxx(1 + c, 1 + c))) * sigmaPhase;
         }
     } else if (positionInA1) {
         for (int c = 0; c < 3; ++c)
-            result->dPos[c] = ps->dAprioriPos[c] + dX(c, 0);
+            correction[c] = dX(c, 0);
     }
-    const double dx2 = positionInA1 ? dX(0, 0) * dX(0, 0) + dX(1, 0) * dX(1, 0) + dX(2, 0) * dX(2, 0) : 0.0;
-    result->dDx2 = dx2;
+    if (staticMode || positionInA1)
+        for (int c = 0; c < 3; ++c)
+            result->dPos[c] = ps->dAprioriPos[c] + correction[c];
+    result->dDx2 = correction[0] * correction[0] + correction[1] * correction[1] + correction[2] * correction[2];
     int column = clockStart;
     for (char sys : {'G', 'R', 'E', 'C'}) {
         if (systemColumn(sys) < 0)

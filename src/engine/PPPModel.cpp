@@ -106,7 +106,8 @@ int CGNSSSPP::GenPPPKinLSM_A_B_P_L_RT(Matrix& A1, Matrix& A2, Matrix& satList, M
     a1.Null();
     a2.Null();
     int m = 0;
-    for (int i = 0; i < epo->nSatNum; ++i) {
+    const int satCount = epo->nSatNum < MAXSATNUM ? epo->nSatNum : MAXSATNUM;
+    for (int i = 0; i < satCount; ++i) {
         tagOBSONESAT& s = epo->sat[i];
         if (s.bUsed != 1)
             continue;
@@ -114,13 +115,15 @@ int CGNSSSPP::GenPPPKinLSM_A_B_P_L_RT(Matrix& A1, Matrix& A2, Matrix& satList, M
         if (!ConstantsOf(s, &k))
             continue;
         const int slot = s.iprn - 1;
-        const tagSP3ONESAT& o = orb->sat[slot];
-        if (!o.bValid || m >= capacity) {
+        const bool known = slot >= 0 && slot < MAXSATNUM;
+        // A satellite without orbit, or of a system without a clock column, cannot be modelled.
+        if (!known || !orb->sat[slot].bValid || m >= capacity || systemColumn(s.cSys) < 0) {
             DropSatellite(epo, s);
             if (NoEnoughUsedSats(epo))
                 return 0;
             continue;
         }
+        const tagSP3ONESAT& o = orb->sat[slot];
         const double lambda1 = _LIGHT_SPEED / k.f1, lambda2 = _LIGHT_SPEED / k.f2;
         tagCRDCARTESIAN sat{o.dPos[0], o.dPos[1], o.dPos[2]};
         double satAnt[2] = {0.0, 0.0};

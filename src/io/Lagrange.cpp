@@ -5,27 +5,21 @@ namespace pppio {
 void lagrangeWeights(const double* x, int n, double t, double* w, double* dw)
 {
     for (int i = 0; i < n; ++i) {
-        // Basis polynomial l_i(t) = prod_{j != i} (t - x_j) / (x_i - x_j).
-        double product = 1.0;
-        for (int j = 0; j < n; ++j)
-            if (j != i)
-                product *= (t - x[j]) / (x[i] - x[j]);
-        w[i] = product;
-        if (!dw)
-            continue;
-        // Its derivative, written without dividing by (t - x_j) so that t may
-        // fall on a node: sum over m of 1/(x_i - x_m) times the other factors.
-        double derivative = 0.0;
-        for (int m = 0; m < n; ++m) {
-            if (m == i)
+        // Basis polynomial l_i(t) = prod_{j != i} (t - x_j) / (x_i - x_j). The
+        // numerator and its derivative are built factor by factor (product
+        // rule), so t may fall on a node and no factor is divided by.
+        double numerator = 1.0, slope = 0.0, denominator = 1.0;
+        for (int j = 0; j < n; ++j) {
+            if (j == i)
                 continue;
-            double term = 1.0 / (x[i] - x[m]);
-            for (int j = 0; j < n; ++j)
-                if (j != i && j != m)
-                    term *= (t - x[j]) / (x[i] - x[j]);
-            derivative += term;
+            const double factor = t - x[j];
+            slope = slope * factor + numerator;
+            numerator *= factor;
+            denominator *= x[i] - x[j];
         }
-        dw[i] = derivative;
+        w[i] = numerator / denominator;
+        if (dw)
+            dw[i] = slope / denominator;
     }
 }
 

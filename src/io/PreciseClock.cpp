@@ -2,7 +2,7 @@
 
 namespace pppio {
 
-PreciseClock::PreciseClock() : m_maxGap(0.0) {}
+PreciseClock::PreciseClock() : m_maxGap(0.0), m_edge(0.0) {}
 
 void PreciseClock::load(const std::string& path, const SatelliteSet& wanted)
 {
@@ -33,8 +33,30 @@ bool PreciseClock::clock(int iprn, const tagGPSTIME2& t, double& clock) const
     double f;
     const auto* series = m_table.locate(iprn, t, m_maxGap, lo, hi, f);
     if (!series)
-        return false;
+        return m_edge > 0.0 && extrapolate(iprn, t, clock);
     clock = series->sample(lo) + f * (series->sample(hi) - series->sample(lo));
+    return true;
+}
+
+bool PreciseClock::extrapolate(int iprn, const tagGPSTIME2& t, double& clock) const
+{
+    const auto* series = m_table.find(iprn);
+    if (!series || series->size() < 2)
+        return false;
+    const double x = m_table.origin().seconds(t);
+    const size_t last = series->size() - 1;
+    size_t a;   // the end pair is (a, a + 1)
+    if (x < series->time(0) && series->time(0) - x <= m_edge)
+        a = 0;
+    else if (x > series->time(last) && x - series->time(last) <= m_edge)
+        a = last - 1;
+    else
+        return false;
+    const double spacing = series->time(a + 1) - series->time(a);
+    if (!(spacing > 0.0) || spacing > series->gapLimit(m_maxGap))
+        return false;
+    const double f = (x - series->time(a)) / spacing;
+    clock = series->sample(a) + f * (series->sample(a + 1) - series->sample(a));
     return true;
 }
 

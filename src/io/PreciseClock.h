@@ -7,7 +7,10 @@
 // refused (false) outside the data and across a gap longer than the gap
 // limit: twice the satellite's sampling interval (the median spacing of its
 // samples; one missing epoch is tolerated, two are not), unless set
-// explicitly. A query at a sample epoch returns the sample.
+// explicitly. A query at a sample epoch returns the sample. Optionally a
+// time just outside the data (the signal of the first epoch of a day left
+// the satellite before midnight) is extrapolated from the two samples at
+// that end.
 #ifndef PPPIO_PRECISECLOCK_H
 #define PPPIO_PRECISECLOCK_H
 
@@ -27,6 +30,9 @@ public:
     // Largest sample spacing interpolated across, in seconds; 0 restores the
     // default of twice each satellite's sampling interval.
     void setMaxGap(double seconds) { m_maxGap = seconds; }
+    // Largest distance (s) beyond the first or last sample at which the clock
+    // is extrapolated linearly; 0 (the default) refuses any time outside.
+    void setEdgeExtrapolation(double seconds) { m_edge = seconds; }
 
     // Reads one clock file (ReadError on a malformed line) and merges it.
     void load(const std::string& path, const SatelliteSet& wanted = SatelliteSet::all());
@@ -40,9 +46,12 @@ public:
     const std::vector<std::string>& warnings() const { return m_warnings; }
 
 private:
+    bool extrapolate(int iprn, const tagGPSTIME2& t, double& clock) const;
+
     SatelliteTable<double> m_table;
     std::vector<std::string> m_warnings;
     double m_maxGap;
+    double m_edge;
 };
 
 }  // namespace pppio

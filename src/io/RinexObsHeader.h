@@ -58,6 +58,8 @@ struct RinexObsHeader {
     double interval = 0.0;       // s, 0 when not given
     bool hasFirstObs = false;
     tagCOMMONTIME firstObs{};
+    bool hasLastObs = false;
+    tagCOMMONTIME lastObs{};
     // Time system of the epochs ("GPS", "GLO", "GAL", "BDT"...). Epoch times
     // are passed on as written; RINEX 2 files without one are GPS.
     std::string timeSystem = "GPS";

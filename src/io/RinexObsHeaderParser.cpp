@@ -120,8 +120,13 @@ bool RinexObsHeaderParser::apply(const std::string& line, const std::string& pat
         readScaleFactor(line, !continuing);
     else if (label == "INTERVAL")
         m_header.interval = decimal(line, 0, 10, "the interval");
-    else if (label == "TIME OF FIRST OBS")
-        readTimeOfFirstObs(line);
+    else if (label == "TIME OF FIRST OBS") {
+        readObsTime(line, m_header.firstObs, true);
+        m_header.hasFirstObs = true;
+    } else if (label == "TIME OF LAST OBS") {
+        readObsTime(line, m_header.lastObs, false);
+        m_header.hasLastObs = true;
+    }
     else if (label == "LEAP SECONDS") {
         m_header.leapSeconds = static_cast<int>(integer(line, 0, 6, "the leap seconds"));
         m_header.hasLeapSeconds = true;
@@ -259,16 +264,16 @@ void RinexObsHeaderParser::readScaleFactor(const std::string& line, bool first)
         scale.codes.push_back(TrimmedField(line, 11 + 4 * j, 3));
 }
 
-void RinexObsHeaderParser::readTimeOfFirstObs(const std::string& line)
+void RinexObsHeaderParser::readObsTime(const std::string& line, tagCOMMONTIME& t, bool first)
 {
-    tagCOMMONTIME& t = m_header.firstObs;
     t.year = static_cast<uint16_t>(integer(line, 0, 6, "the year"));
     t.month = static_cast<uint8_t>(integer(line, 6, 6, "the month"));
     t.day = static_cast<uint8_t>(integer(line, 12, 6, "the day"));
     t.hour = static_cast<uint8_t>(integer(line, 18, 6, "the hour"));
     t.minute = static_cast<uint8_t>(integer(line, 24, 6, "the minute"));
     t.second = decimal(line, 30, 13, "the seconds");
-    m_header.hasFirstObs = true;
+    if (!first)
+        return;
     const std::string system = TrimmedField(line, 48, 3);
     if (!system.empty())
         m_header.timeSystem = system;

@@ -41,7 +41,8 @@ private:
     void readGlonassSlots(const std::string& line, bool first);
     void readPhaseShift(const std::string& line, bool first);
     void readScaleFactor(const std::string& line, bool first);
-    void readTimeOfFirstObs(const std::string& line);
+    // TIME OF FIRST OBS / TIME OF LAST OBS into `t`; the first also sets the time system.
+    void readObsTime(const std::string& line, tagCOMMONTIME& t, bool first);
     // Reads the number in the field, or fails naming `what`.
     double decimal(const std::string& line, size_t first, size_t width, const char* what) const;
     long integer(const std::string& line, size_t first, size_t width, const char* what) const;

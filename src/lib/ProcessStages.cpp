@@ -1,5 +1,5 @@
-// Driver stages after the float PPP: UPD export, ambiguity resolution and
-// the PPP-RTK output.
+// Driver stages after the float solution: UPD export, ambiguity resolution
+// and the PPP-RTK output.
 #include "engine/GNSSSPP.h"
 #include "lib/Process.h"
 

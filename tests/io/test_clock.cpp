@@ -101,6 +101,26 @@ TEST(PreciseClock, OneMissingSampleIsBridgedLongerGapsAreNot)
     EXPECT_FALSE(clocks.clock(200, At(1, 30, 0.0), c));
 }
 
+TEST(PreciseClock, ExtrapolatesJustBeyondTheEndsWhenAsked)
+{
+    const std::vector<std::string> lines = readLines(dataPath(kClock));
+    pppio::PreciseClock clocks;
+    clocks.load(dataPath(kClock));
+    clocks.setEdgeExtrapolation(1.0);
+    const double first = BiasInFile(lines, "G01", "  1  0  0.000000");
+    const double second = BiasInFile(lines, "G01", "  1  0 30.000000");
+    const double beforeLast = BiasInFile(lines, "G01", "  2  0  0.000000");
+    const double last = BiasInFile(lines, "G01", "  2  0 30.000000");
+    double c;
+    ASSERT_TRUE(clocks.clock(1, At(0, 59, 59.5), c));
+    EXPECT_NEAR(c, first - (second - first) / 60.0, 1e-19);
+    ASSERT_TRUE(clocks.clock(1, At(2, 0, 31.0), c));
+    EXPECT_NEAR(c, last + (last - beforeLast) / 30.0, 1e-19);
+    EXPECT_FALSE(clocks.clock(1, At(0, 59, 58.9), c));   // more than a second outside
+    EXPECT_FALSE(clocks.clock(1, At(2, 0, 31.5), c));
+    EXPECT_FALSE(clocks.clock(2, At(0, 59, 59.5), c));   // still nothing for an absent satellite
+}
+
 TEST(ClockReader, KeepsOnlyTheWantedSatellites)
 {
     pppio::SatelliteSet wanted;

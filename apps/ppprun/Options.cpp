@@ -1,0 +1,261 @@
+#include "Options.h"
+
+#include <cerrno>
+#include <cstdlib>
+
+namespace ppprun {
+
+namespace {
+
+double ParseNumber(const std::string& option, const std::string& text)
+{
+    errno = 0;
+    char* end = nullptr;
+    const double value = std::strtod(text.c_str(), &end);
+    if (text.empty() || *end != '\0' || errno == ERANGE)
+        throw UsageError("option " + option + " expects a number, not '" + text + "'");
+    return value;
+}
+
+// n comma-separated numbers; `shape` names them in the message.
+void ParseList(const std::string& option, const std::string& text, double* values, int n, const char* shape)
+{
+    size_t start = 0;
+    for (int k = 0; k < n; ++k) {
+        const size_t comma = text.find(',', start);
+        const bool last = k == n - 1;
+        if (last != (comma == std::string::npos))
+            throw UsageError("option " + option + " expects " + shape + ", not '" + text + "'");
+        const std::string part = text.substr(start, last ? std::string::npos : comma - start);
+        values[k] = ParseNumber(option, part);
+        start = comma + 1;
+    }
+}
+
+void ParseTriple(const std::string& option, const std::string& text, double* xyz)
+{
+    ParseList(option, text, xyz, 3, "X,Y,Z in metres");
+}
+
+// Five positive values for G, R, E, C and BeiDou geostationary satellites.
+void ParseWeights(const std::string& option, const std::string& text, double* values)
+{
+    ParseList(option, text, values, 5, "five values G,R,E,C,C-GEO");
+    for (int k = 0; k < 5; ++k)
+        if (!(values[k] > 0.0))
+            throw UsageError("option " + option + " expects positive values, not '" + text + "'");
+}
+
+int ParseMode(const std::string& text)
+{
+    if (text == "spp")
+        return 1;
+    if (text == "ppp")
+        return 2;
+    const double mode = ParseNumber("--mode", text);
+    if (mode != static_cast<int>(mode) || mode < 0 || mode > 99)
+        throw UsageError("option --mode expects spp, ppp or a mode number, not '" + text + "'");
+    return static_cast<int>(mode);
+}
+
+int ParseDynamics(const std::string& text)
+{
+    if (text == "fixed")
+        return 1;
+    if (text == "static")
+        return 2;
+    if (text == "kinematic")
+        return 3;
+    throw UsageError("option --dynamics expects static, kinematic or fixed, not '" + text + "'");
+}
+
+// Letters of G, R, E, C in this order, each once.
+std::string ParseSystems(const std::string& text)
+{
+    std::string systems;
+    for (char wanted : {'G', 'R', 'E', 'C'})
+        if (text.find(wanted) != std::string::npos)
+            systems += wanted;
+    if (text.empty() || text.find_first_not_of("GREC") != std::string::npos || systems.size() != text.size())
+        throw UsageError("option --systems expects letters of G, R, E, C, not '" + text + "'");
+    return systems;
+}
+
+}  // namespace
+
+Options ParseOptions(int argc, char** argv)
+{
+    Options o;
+    for (int i = 1; i < argc; ++i) {
+        const std::string option = argv[i];
+        // The value of an option that takes one.
+        auto value = [&]() -> std::string {
+            if (i + 1 >= argc)
+                throw UsageError("option " + option + " needs a value");
+            return argv[++i];
+        };
+        if (option == "--help" || option == "-h")
+            o.help = true;
+        else if (option == "--obs")
+            o.obs = value();
+        else if (option == "--sp3")
+            o.sp3.push_back(value());
+        else if (option == "--clk")
+            o.clk.push_back(value());
+        else if (option == "--atx")
+            o.atx = value();
+        else if (option == "--nav")
+            o.nav = value();
+        else if (option == "--sinex")
+            o.sinex = value();
+        else if (option == "--broadcast-fallback")
+            o.broadcastFallback = true;
+        else if (option == "--mode")
+            o.mode = ParseMode(value());
+        else if (option == "--dynamics")
+            o.posMode = ParseDynamics(value());
+        else if (option == "--systems")
+            o.systems = ParseSystems(value());
+        else if (option == "--elev-mask")
+            o.elevMask = ParseNumber(option, value());
+        else if (option == "--apriori") {
+            ParseTriple(option, value(), o.apriori);
+            o.hasApriori = true;
+        } else if (option == "--ref") {
+            ParseTriple(option, value(), o.ref);
+            o.hasRef = true;
+        } else if (option == "--out")
+            o.outDir = value();
+        else if (option == "--site")
+            o.site = value();
+        else if (option == "--summary")
+            o.summaryJson = value();
+        else if (option == "--quiet")
+            o.quiet = true;
+        else if (option == "--weights")
+            ParseWeights(option, value(), o.weightFactor);
+        else if (option == "--code-ratios")
+            ParseWeights(option, value(), o.codeRatio);
+        else if (option == "--trop-noise")
+            o.tropNoise = ParseNumber(option, value());
+        else if (option == "--no-tide")
+            o.solidTide = false;
+        else if (option == "--no-windup")
+            o.windUp = false;
+        else if (option == "--no-rec-antenna")
+            o.recAntenna = false;
+        else if (option == "--no-sat-antenna")
+            o.satAntenna = false;
+        else if (option == "--reset-hours")
+            o.resetHours = ParseNumber(option, value());
+        else if (option == "--debug")
+            o.debug = true;
+        else if (option == "--residuals")
+            o.residuals = true;
+        else
+            throw UsageError("unknown option '" + option + "' (see --help)");
+    }
+    if (o.help)
+        return o;
+    if (o.obs.empty())
+        throw UsageError("no observation file given (--obs FILE)");
+    if (o.sp3.empty() && !(o.broadcastFallback && !o.nav.empty()))
+        throw UsageError("no orbits given (--sp3 FILE, or --nav FILE with --broadcast-fallback)");
+    if (o.broadcastFallback && o.nav.empty())
+        throw UsageError("option --broadcast-fallback needs --nav FILE");
+    if (!(o.elevMask >= 0.0 && o.elevMask < 90.0))
+        throw UsageError("option --elev-mask expects degrees from 0 to 90");
+    if (o.mode >= 2 && !(o.tropNoise > 0.0))
+        throw UsageError("option --trop-noise expects a positive number");
+    if (o.resetHours < 0.0)
+        throw UsageError("option --reset-hours expects hours, 0 or more");
+    if (o.site.size() > 60)
+        throw UsageError("option --site expects a short name");
+    return o;
+}
+
+std::string HelpText()
+{
+    return R"(Usage: ppprun --obs FILE --sp3 FILE [--sp3 FILE] --clk FILE [options]
+
+Processes a RINEX observation file epoch by epoch with the positioning
+library and prints a summary. Input files may be gzip-compressed; the
+observation file may be Compact RINEX.
+
+Input:
+  --obs FILE            RINEX 2/3/4 observation file (required, no default)
+  --sp3 FILE            precise orbits, SP3; repeat for the neighbouring day
+                        (give both days when the data touches midnight);
+                        required unless --broadcast-fallback (no default)
+  --clk FILE            precise clocks, RINEX clock; repeatable
+                        (default: the SP3 clocks)
+  --atx FILE            ANTEX antenna file: receiver antenna offsets and
+                        variations, satellite antennas (default: none)
+  --nav FILE            RINEX 3 navigation file: GLONASS channels missing
+                        from the observation header (default: none)
+  --broadcast-fallback  use broadcast orbits and clocks of --nav for
+                        satellites without precise products (default: off)
+  --sinex FILE          SINEX file with a-priori coordinates of the site
+                        (default: none)
+
+Processing:
+  --mode spp|ppp|N      spp (1), ppp float solution (2), or a library mode
+                        number (default: ppp)
+  --dynamics D          static, kinematic or fixed (default: static)
+  --systems LETTERS     satellite systems from G, R, E, C (default: GRE)
+  --elev-mask DEG       elevation cut-off in degrees (default: 7)
+  --apriori X,Y,Z       a-priori coordinates in metres (default: the SINEX
+                        file's, else the first single point solution)
+  --site NAME           site name of the result files (default: the first
+                        four characters of the header's MARKER NAME)
+  --trop-noise Q        troposphere process noise of the PPP filter; 0.01
+                        gives about 1 cm per square-root hour at 30 s
+                        (default: 0.01)
+  --weights G,R,E,C,CG  relative phase weights per system, the last for
+                        BeiDou geostationary satellites; normalised by
+                        the first (default: 1,1,1,1,0.1)
+  --code-ratios G,R,E,C,CG
+                        code-to-phase sigma ratio per system
+                        (default: 300,600,600,600,900)
+  --no-tide             no solid earth tide correction (default: on in ppp)
+  --no-windup           no phase wind-up correction (default: on in ppp)
+  --no-rec-antenna      no receiver antenna correction (default: on in ppp)
+  --no-sat-antenna      no satellite antenna correction (default: on in ppp)
+  --reset-hours H       restart the filter every H hours, 0 never (default: 0)
+
+Output:
+  --out DIR             write the library's result files under DIR and the
+                        COST-716 delay files under DIR/ztd (default: none)
+  --debug               also write outlier, slip and scratch logs (default: off)
+  --residuals           also write the residual files (default: off)
+  --ref X,Y,Z           reference coordinates for the error figures of the
+                        summary only, never used as a-priori (default: none)
+  --summary FILE        write the summary as JSON as well (default: none)
+  --quiet               no progress on standard error (default: off)
+  --help                this text
+
+Exit codes: 0 done; 2 bad options or an unreadable input file; 3 a
+malformed record in an input file (the message names file and line).
+)";
+}
+
+std::string ModeName(int mode)
+{
+    if (mode == 1)
+        return "spp";
+    if (mode == 2)
+        return "ppp";
+    return std::to_string(mode);
+}
+
+std::string DynamicsName(int posMode)
+{
+    switch (posMode) {
+    case 1: return "fixed";
+    case 2: return "static";
+    case 3: return "kinematic";
+    default: return std::to_string(posMode);
+    }
+}
+
+}  // namespace ppprun

@@ -1,0 +1,69 @@
+// Command-line options of ppprun, with their defaults and the help text.
+#ifndef PPPRUN_OPTIONS_H
+#define PPPRUN_OPTIONS_H
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace ppprun {
+
+struct Options {
+    std::string obs;                  // RINEX observation file
+    std::vector<std::string> sp3;     // precise orbits (several: consecutive days)
+    std::vector<std::string> clk;     // precise clocks
+    std::string atx;                  // ANTEX antenna file
+    std::string nav;                  // RINEX navigation file
+    std::string sinex;                // SINEX coordinates
+    bool broadcastFallback = false;   // broadcast orbits where precise products are missing
+
+    int mode = 2;                     // library processing mode: 1 SPP, 2 float PPP
+    int posMode = 2;                  // 1 fixed, 2 static, 3 kinematic
+    std::string systems = "GRE";      // G, R, E, C in this order
+    double elevMask = 7.0;            // degrees
+    bool hasApriori = false;
+    double apriori[3] = {0.0, 0.0, 0.0};
+    bool hasRef = false;
+    double ref[3] = {0.0, 0.0, 0.0};
+
+    std::string outDir;               // result files; empty: none
+    std::string site;                 // site name; empty: from the header
+    std::string summaryJson;          // JSON summary file; empty: none
+    bool quiet = false;
+
+    // Observation weights (t_conf.weight): relative phase weight and
+    // code-to-phase sigma ratio of G, R, E, C and BeiDou GEO satellites.
+    // Equal phase weights let Galileo and GLONASS count fully in the filter.
+    double weightFactor[5] = {1.0, 1.0, 1.0, 1.0, 0.1};
+    double codeRatio[5] = {300.0, 600.0, 600.0, 600.0, 900.0};
+    double tropNoise = 0.01;          // t_conf.pppos_value
+    bool solidTide = true;
+    bool windUp = true;
+    bool recAntenna = true;
+    bool satAntenna = true;
+    double resetHours = 0.0;
+    bool debug = false;
+    bool residuals = false;
+
+    bool help = false;
+};
+
+// Wrong options: the message is one line for the user.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// Parses argv; throws UsageError.
+Options ParseOptions(int argc, char** argv);
+
+// The --help text.
+std::string HelpText();
+
+// The processing mode's name ("spp", "ppp") or its number.
+std::string ModeName(int mode);
+std::string DynamicsName(int posMode);
+
+}  // namespace ppprun
+
+#endif

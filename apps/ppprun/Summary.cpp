@@ -1,0 +1,154 @@
+#include "Summary.h"
+
+#include "io/SatelliteId.h"
+
+namespace ppprun {
+
+namespace {
+
+std::string JsonString(const std::string& text)
+{
+    std::string out = "\"";
+    for (char c : text) {
+        if (c == '"' || c == '\\') {
+            out += '\\';
+            out += c;
+        } else if (static_cast<unsigned char>(c) < 0x20) {
+            char escaped[8];
+            std::snprintf(escaped, sizeof(escaped), "\\u%04x", static_cast<unsigned>(c));
+            out += escaped;
+        } else {
+            out += c;
+        }
+    }
+    return out + "\"";
+}
+
+void JsonTriple(std::FILE* f, const char* key, bool present, double a, double b, double c, const char* format)
+{
+    std::fprintf(f, "  \"%s\": ", key);
+    if (!present) {
+        std::fprintf(f, "null,\n");
+        return;
+    }
+    std::fprintf(f, "[");
+    std::fprintf(f, format, a);
+    std::fprintf(f, ", ");
+    std::fprintf(f, format, b);
+    std::fprintf(f, ", ");
+    std::fprintf(f, format, c);
+    std::fprintf(f, "],\n");
+}
+
+}  // namespace
+
+std::string SatelliteCounts(const long* perSatellite)
+{
+    std::string text;
+    for (int iprn = 1; iprn <= MAXSATNUM; ++iprn) {
+        const long n = perSatellite[iprn - 1];
+        if (n == 0)
+            continue;
+        if (!text.empty())
+            text += ", ";
+        text += pppio::satelliteName(iprn) + " " + std::to_string(n);
+    }
+    return text;
+}
+
+void PrintSummary(std::FILE* out, const RunResult& r)
+{
+    std::fprintf(out, "ppprun summary\n");
+    std::fprintf(out, "  observations      %s\n", r.obsFile.c_str());
+    std::fprintf(out, "  site              %s  (a-priori coordinates: %s)\n", r.site.c_str(), r.coordinates.c_str());
+    std::fprintf(out, "  processing        mode %s, %s, systems %s\n", r.mode.c_str(), r.dynamics.c_str(),
+                 r.systems.c_str());
+    std::fprintf(out, "  epochs read       %ld\n", r.epochs);
+    std::fprintf(out, "  result codes     ");
+    for (const auto& code : r.resultCodes)
+        std::fprintf(out, " %d: %ld", code.first, code.second);
+    std::fprintf(out, "%s\n", r.resultCodes.empty() ? " none" : "");
+    std::fprintf(out, "  satellites used   %ld satellite-epochs\n", r.tally.satellites);
+    std::fprintf(out, "  left out          %ld for missing products, %ld without dual-frequency code and phase, "
+                      "%ld without GLONASS channel\n",
+                 r.tally.missingProducts, r.tally.incomplete, r.tally.noFrequency);
+    if (r.tally.missingProducts > 0)
+        std::fprintf(out, "    missing products: %s\n", SatelliteCounts(r.tally.missingPerSatellite).c_str());
+    if (r.tally.broadcast > 0)
+        std::fprintf(out, "  broadcast orbits  %ld satellite-epochs: %s\n", r.tally.broadcast,
+                     SatelliteCounts(r.tally.broadcastPerSatellite).c_str());
+    for (const auto& s : r.signals)
+        std::fprintf(out, "  signals %c         %s\n", s.first, s.second.c_str());
+    for (const std::string& note : r.notes)
+        std::fprintf(out, "  note              %s\n", note.c_str());
+    if (r.hasFinal)
+        std::fprintf(out, "  final position    X %.4f  Y %.4f  Z %.4f m\n", r.finalXyz[0], r.finalXyz[1],
+                     r.finalXyz[2]);
+    else
+        std::fprintf(out, "  final position    none (no epoch solved)\n");
+    if (r.hasReference) {
+        std::fprintf(out, "  final error       N %+.4f  E %+.4f  U %+.4f m\n", r.finalError.north, r.finalError.east,
+                     r.finalError.up);
+        if (r.hasRms)
+            std::fprintf(out, "  RMS 2nd half      N %.4f  E %.4f  U %.4f m\n", r.rms.north, r.rms.east, r.rms.up);
+        if (r.converged)
+            std::fprintf(out, "  convergence       %.0f s (horizontal < %.2f m, vertical < %.2f m)\n",
+                         r.convergenceSeconds, Accuracy::kHorizontalLimit, Accuracy::kVerticalLimit);
+        else
+            std::fprintf(out, "  convergence       not reached (horizontal < %.2f m, vertical < %.2f m)\n",
+                         Accuracy::kHorizontalLimit, Accuracy::kVerticalLimit);
+    }
+    std::fprintf(out, "  wall time         %.2f s\n", r.wallSeconds);
+}
+
+bool WriteJsonSummary(const std::string& path, const RunResult& r)
+{
+    std::FILE* f = std::fopen(path.c_str(), "w");
+    if (!f)
+        return false;
+    std::fprintf(f, "{\n");
+    std::fprintf(f, "  \"obs_file\": %s,\n", JsonString(r.obsFile).c_str());
+    std::fprintf(f, "  \"site\": %s,\n", JsonString(r.site).c_str());
+    std::fprintf(f, "  \"mode\": %s,\n", JsonString(r.mode).c_str());
+    std::fprintf(f, "  \"dynamics\": %s,\n", JsonString(r.dynamics).c_str());
+    std::fprintf(f, "  \"systems\": %s,\n", JsonString(r.systems).c_str());
+    std::fprintf(f, "  \"apriori\": %s,\n", JsonString(r.coordinates).c_str());
+    std::fprintf(f, "  \"epochs\": %ld,\n", r.epochs);
+    std::fprintf(f, "  \"result_codes\": {");
+    bool first = true;
+    for (const auto& code : r.resultCodes) {
+        std::fprintf(f, "%s\"%d\": %ld", first ? "" : ", ", code.first, code.second);
+        first = false;
+    }
+    std::fprintf(f, "},\n");
+    std::fprintf(f, "  \"satellite_epochs\": %ld,\n", r.tally.satellites);
+    std::fprintf(f, "  \"missing_products\": %ld,\n", r.tally.missingProducts);
+    std::fprintf(f, "  \"missing_products_by_satellite\": %s,\n",
+                 JsonString(SatelliteCounts(r.tally.missingPerSatellite)).c_str());
+    std::fprintf(f, "  \"incomplete_signals\": %ld,\n", r.tally.incomplete);
+    std::fprintf(f, "  \"broadcast_orbits\": %ld,\n", r.tally.broadcast);
+    std::fprintf(f, "  \"signals\": {");
+    first = true;
+    for (const auto& s : r.signals) {
+        std::fprintf(f, "%s\"%c\": %s", first ? "" : ", ", s.first, JsonString(s.second).c_str());
+        first = false;
+    }
+    std::fprintf(f, "},\n");
+    std::fprintf(f, "  \"notes\": [");
+    for (size_t k = 0; k < r.notes.size(); ++k)
+        std::fprintf(f, "%s%s", k ? ", " : "", JsonString(r.notes[k]).c_str());
+    std::fprintf(f, "],\n");
+    JsonTriple(f, "final_xyz", r.hasFinal, r.finalXyz[0], r.finalXyz[1], r.finalXyz[2], "%.4f");
+    JsonTriple(f, "final_neu_error_m", r.hasReference, r.finalError.north, r.finalError.east, r.finalError.up,
+               "%.4f");
+    JsonTriple(f, "rms_neu_error_m", r.hasRms, r.rms.north, r.rms.east, r.rms.up, "%.4f");
+    if (r.converged)
+        std::fprintf(f, "  \"convergence_s\": %.1f,\n", r.convergenceSeconds);
+    else
+        std::fprintf(f, "  \"convergence_s\": null,\n");
+    std::fprintf(f, "  \"wall_s\": %.3f\n", r.wallSeconds);
+    std::fprintf(f, "}\n");
+    return std::fclose(f) == 0;
+}
+
+}  // namespace ppprun

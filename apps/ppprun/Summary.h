@@ -1,0 +1,50 @@
+// What a run did, printed at its end on standard output and, on request,
+// written as JSON.
+#ifndef PPPRUN_SUMMARY_H
+#define PPPRUN_SUMMARY_H
+
+#include <cstdio>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Accuracy.h"
+#include "io/EpochAssembler.h"
+
+namespace ppprun {
+
+struct RunResult {
+    std::string obsFile;
+    std::string site;
+    std::string mode;                  // "spp", "ppp" or the mode number
+    std::string dynamics;              // "static", "kinematic", "fixed"
+    std::string systems;               // "GRE"
+    std::string coordinates;           // origin of the a-priori coordinates
+    long epochs = 0;                   // data epochs read and handed to the library
+    std::map<int, long> resultCodes;   // result code of pppos -> epochs
+    pppio::AssemblyTally tally;
+    std::vector<std::pair<char, std::string>> signals;   // per system: code pairs used
+    std::vector<std::string> notes;    // antenna fall-backs, truncated files, ...
+
+    bool hasFinal = false;             // at least one epoch solved
+    double finalXyz[3] = {0.0, 0.0, 0.0};
+    bool hasReference = false;         // --ref given and at least one epoch solved
+    Neu finalError{0.0, 0.0, 0.0};
+    bool hasRms = false;
+    Neu rms{0.0, 0.0, 0.0};            // over the second half of the data
+    bool converged = false;
+    double convergenceSeconds = 0.0;
+    double wallSeconds = 0.0;
+};
+
+// "G04 240, R10 12": satellites with a count, in packed order.
+std::string SatelliteCounts(const long* perSatellite);
+
+void PrintSummary(std::FILE* out, const RunResult& r);
+// False when the file cannot be written.
+bool WriteJsonSummary(const std::string& path, const RunResult& r);
+
+}  // namespace ppprun
+
+#endif
