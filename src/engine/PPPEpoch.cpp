@@ -57,34 +57,22 @@ void CGNSSSPP::ClearHolds()
 bool CGNSSSPP::AprioriPosition(tagSPPONERESULT* result, tagSITE* site, double pos[3])
 {
     const int posMode = m_conf->pos_mode;
-    const double* known = &site->crd.x;
-    if (posMode == 1) {
-        pos[0] = site->crd.x;
-        pos[1] = site->crd.y;
-        pos[2] = site->crd.z;
-        return true;
-    }
-    if (posMode == 2) {
-        const bool unknown = std::fabs(known[0]) < 1000.0 && std::fabs(site->crd.y) < 1000.0 &&
-                             std::fabs(site->crd.z) < 1000.0;
-        if (!unknown) {
-            pos[0] = site->crd.x;
-            pos[1] = site->crd.y;
-            pos[2] = site->crd.z;
-            return true;
-        }
-        // Unknown coordinates: the first single point position is kept for good.
+    const double known[3] = {site->crd.x, site->crd.y, site->crd.z};
+    const bool unknown = std::fabs(known[0]) < 1000.0 && std::fabs(known[1]) < 1000.0 && std::fabs(known[2]) < 1000.0;
+    const double* source = result->dPos;   // kinematic: the single point solution
+    if (posMode == 1 || (posMode == 2 && !unknown)) {
+        source = known;
+    } else if (posMode == 2) {
+        // Unknown static coordinates: the first single point position is kept for good.
         if (!m_set.bStaticPosValid) {
             for (int i = 0; i < 3; ++i)
                 m_set.dStaticPos[i] = result->dPos[i];
             m_set.bStaticPosValid = 1;
         }
-        for (int i = 0; i < 3; ++i)
-            pos[i] = m_set.dStaticPos[i];
-        return true;
+        source = m_set.dStaticPos;
     }
     for (int i = 0; i < 3; ++i)
-        pos[i] = result->dPos[i];
+        pos[i] = source[i];
     return true;
 }
 
@@ -141,12 +129,7 @@ int CGNSSSPP::PPPOneEpoch(tagGPSOBSONEEPO* epo, tagGMSP3REC* orb, tagGMN* nav, t
     const Matrix N = N22 - N21Q * N12;
     const Matrix U = U2 - N21Q * U1;
 
-    ps->epochCount_bak = ps->epochCount;
-    ps->nextId_bak = ps->nextId;
-    ps->NY_bak = ps->NY;
-    ps->UY_bak = ps->UY;
-    ps->paraList_bak = ps->paraList;
-    ps->ambList_bak = ps->ambList;
+    ps->SaveBackup();
 
     const int k = static_cast<int>(N.RowNo());
     Matrix newList(1, k);
@@ -282,12 +265,7 @@ void CGNSSSPP::StorePPPSolution(tagGPSOBSONEEPO* epo, tagSPPONERESULT* result, P
         result->dClk[judge_sys(sys)] += dX(column++, 0) / _LIGHT_SPEED;
     }
 
-    tagCRDCARTESIAN xyz{result->dPos[0], result->dPos[1], result->dPos[2]};
-    tagCRDGEODETIC blh;
-    m_coordConvert.CartesianToGeodetic(&xyz, &blh, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
-    result->dBLH[0] = blh.lat;
-    result->dBLH[1] = blh.lon;
-    result->dBLH[2] = blh.height;
+    StoreGeodetic(result);
     result->nSatNum = epo->epoHead.nUsedSat;
     for (int s = 0; s < 4; ++s)
         result->nSysSat[s] = epo->epoHead.nUsedSys[s];

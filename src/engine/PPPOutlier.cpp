@@ -122,22 +122,12 @@ int CGNSSSPP::DeletePPPOutlier(tagGPSOBSONEEPO* epoch, tagSPPONERESULT* result, 
         const int sys = judge_sys(s.cSys);
         if (sys >= 0)
             epoch->epoHead.nUsedSys[sys]--;
-        site->epochCount = site->epochCount_bak;
-        site->nextId = site->nextId_bak;
-        site->paraList = site->paraList_bak;
-        site->ambList = site->ambList_bak;
-        site->NY = site->NY_bak;
-        site->UY = site->UY_bak;
+        site->RestoreBackup();
         for (int i = 0; i < 4; ++i)
             result->dClk[i] = site->dSavedClk[i];
         for (int i = 0; i < 3; ++i)
             result->dPos[i] = site->dAprioriPos[i];
-        tagCRDCARTESIAN xyz{result->dPos[0], result->dPos[1], result->dPos[2]};
-        tagCRDGEODETIC blh;
-        m_coordConvert.CartesianToGeodetic(&xyz, &blh, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
-        result->dBLH[0] = blh.lat;
-        result->dBLH[1] = blh.lon;
-        result->dBLH[2] = blh.height;
+        StoreGeodetic(result);
     }
     const char* label = kind == 1 ? "PPP f phase D!" : kind == 2 ? "PPP f code  D!" : kind == 3 ? "PPP f code  R!" : nullptr;
     if (label && log && logPre && fp && resultIndex >= 0) {

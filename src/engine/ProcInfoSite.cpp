@@ -10,3 +10,23 @@ PROCINFOSITE::PROCINFOSITE()
     newParaList.SetSize(1, 0);
     paraList_bak.SetSize(1, 0);
 }
+
+void PROCINFOSITE::SaveBackup()
+{
+    epochCount_bak = epochCount;
+    nextId_bak = nextId;
+    NY_bak = NY;
+    UY_bak = UY;
+    paraList_bak = paraList;
+    ambList_bak = ambList;
+}
+
+void PROCINFOSITE::RestoreBackup()
+{
+    epochCount = epochCount_bak;
+    nextId = nextId_bak;
+    NY = NY_bak;
+    UY = UY_bak;
+    paraList = paraList_bak;
+    ambList = ambList_bak;
+}

@@ -62,6 +62,10 @@ struct PROCINFOSITE {
     math::matrix<double> UY_hold;
 
     PROCINFOSITE();
+    // Copies of the counters, lists and normal equations taken before an
+    // epoch's update, and the roll-back to them.
+    void SaveBackup();
+    void RestoreBackup();
 };
 
 #endif
