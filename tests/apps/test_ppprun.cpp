@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "apps/ProgramRun.h"
 #include "io/LineReader.h"
 
 namespace {
@@ -23,49 +24,13 @@ const std::string kProducts = " --sp3 " + kSample + "GRG0MGXFIN_20201760000_01D_
                               "ESBC_receiver_antenna.atx";
 const std::string kReference = " --ref 3582104.766,532590.178,5232755.139";
 
-std::string Scratch(const std::string& name)
-{
-    const std::string dir = std::string(PPP_BINARY_DIR) + "/apps_scratch";
-    mkdir(dir.c_str(), 0777);
-    return dir + "/" + name;
-}
-
-std::string ReadFile(const std::string& path)
-{
-    std::string text;
-    if (std::FILE* f = std::fopen(path.c_str(), "rb")) {
-        char buffer[4096];
-        size_t n;
-        while ((n = std::fread(buffer, 1, sizeof(buffer), f)) > 0)
-            text.append(buffer, n);
-        std::fclose(f);
-    }
-    return text;
-}
-
-struct Outcome {
-    int exitCode;
-    std::string out;
-    std::string err;
-};
+using program_test::Outcome;
+using program_test::Scratch;
+using rinex_test::ReadText;
 
 Outcome RunProgram(const std::string& arguments)
 {
-    const std::string errFile = Scratch("stderr.txt");
-    const std::string command =
-        std::string(PPP_EMULATOR) + " " + PPP_BINARY_DIR + "/bin/ppprun " + arguments + " 2> " + errFile;
-    Outcome outcome{-1, "", ""};
-    std::FILE* pipe = popen(command.c_str(), "r");
-    if (!pipe)
-        return outcome;
-    char buffer[4096];
-    size_t n;
-    while ((n = std::fread(buffer, 1, sizeof(buffer), pipe)) > 0)
-        outcome.out.append(buffer, n);
-    const int status = pclose(pipe);
-    outcome.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    outcome.err = ReadFile(errFile);
-    return outcome;
+    return program_test::RunProgram("ppprun", arguments);
 }
 
 int LineCount(const std::string& text)
@@ -176,7 +141,7 @@ TEST(PpprunSample, SinglePointSolutionOfEveryEpoch)
     EXPECT_TRUE(r.err.empty()) << r.err;   // --quiet: no progress
     EXPECT_NE(r.out.find("epochs read       240"), std::string::npos) << r.out;
 
-    const std::string summary = ReadFile(json);
+    const std::string summary = ReadText(json);
     EXPECT_NE(summary.find("\"epochs\": 240,"), std::string::npos) << summary;
     EXPECT_NE(summary.find("\"result_codes\": {\"1\": 240}"), std::string::npos) << summary;
     const std::vector<double> rms = JsonArray(summary, "rms_neu_error_m");
@@ -195,7 +160,7 @@ TEST(PpprunSample, SummaryJsonHasTheDocumentedKeys)
     std::remove(json.c_str());
     const Outcome r = RunProgram("--obs " + kObs + kProducts + kReference + " --quiet --summary " + json);
     ASSERT_EQ(r.exitCode, 0) << r.err;
-    const std::string summary = ReadFile(json);
+    const std::string summary = ReadText(json);
     ASSERT_FALSE(summary.empty());
     EXPECT_EQ(summary.front(), '{');
     EXPECT_EQ(summary[summary.find_last_not_of("\n")], '}');
@@ -231,7 +196,7 @@ TEST(PpprunSample, MalformedRecordExitsWithThreeAndKeepsTheResults)
     EXPECT_NE(r.err.find(obs + ":" + std::to_string(bad + 1) + ":"), std::string::npos) << r.err;
 
     // The library's name: site, day, product source, static, systems of the epoch.
-    EXPECT_EQ(LineCount(ReadFile(out + "/20200625/ESBC_20200625_sp3_S_GRE.spp")), 20);
+    EXPECT_EQ(LineCount(ReadText(out + "/20200625/ESBC_20200625_sp3_S_GRE.spp")), 20);
 }
 
 TEST(PpprunSample, TruncatedFileEndsCleanly)

@@ -1,0 +1,116 @@
+#!/usr/bin/env bash
+# Accuracy and speed of our ppprun against RTKLIB 2.4.3 (rnx2rtkp) on the
+# full ESBC day, static and kinematic, GPS only and GPS+GLONASS+Galileo.
+# Prints one table and writes it as Markdown (bench/accuracy_results.md).
+#
+# Environment: PPP_BENCH_DATA  data directory (default <repo>/../shared/data)
+#              PPP_BENCH_WORK  work directory (default <repo>/build/accuracy)
+#              PPP_BUILD_DIR   build directory with bin/ (default <repo>/build)
+#              PPPRUN          our program (default $PPP_BUILD_DIR/bin/ppprun)
+set -uo pipefail
+
+root=$(git -C "$(dirname "$0")" rev-parse --show-toplevel) || exit 1
+data=${PPP_BENCH_DATA:-$root/../shared/data}
+work=${PPP_BENCH_WORK:-$root/build/accuracy}
+build=${PPP_BUILD_DIR:-$root/build}
+ppprun=${PPPRUN:-$build/bin/ppprun}
+results=$root/bench/accuracy_results.md
+reference=3582104.766,532590.178,5232755.139
+
+obs=$data/ESBC00DNK_R_20201770000_01D_30S_MO.crx.gz
+nav=$data/ESBC00DNK_R_20201770000_01D_MN.rnx.gz
+sp3_before=$data/GRG0MGXFIN_20201760000_01D_15M_ORB.SP3.gz
+sp3_day=$data/GRG0MGXFIN_20201770000_01D_15M_ORB.SP3.gz
+clk=$data/GRG0MGXFIN_20201770000_01D_30S_CLK.CLK.gz
+atx=$data/ESBC_receiver_antenna.atx
+
+cases="static:G static:GRE kinematic:G kinematic:GRE"
+
+say() { echo "accuracy: $*" >&2; }
+
+require_package() {  # command package
+    command -v "$1" >/dev/null && return 0
+    say "installing $2"
+    if [ "$(id -u)" = 0 ]; then apt-get install -y "$2" >/dev/null
+    else sudo apt-get install -y "$2" >/dev/null; fi
+    command -v "$1" >/dev/null
+}
+
+# Decompressed and decoded inputs for RTKLIB, made once and kept in $work/input.
+prepare_inputs() {
+    mkdir -p "$work/input"
+    local in=$work/input
+    if [ ! -s "$in/obs.rnx" ] || [ "$obs" -nt "$in/obs.rnx" ]; then
+        say "decoding $(basename "$obs")"
+        "$build/bin/crx2rnx" "$obs" "$in/obs.rnx" || return 1
+    fi
+    local pair
+    for pair in "$nav:nav.rnx" "$sp3_before:before.sp3" "$sp3_day:day.sp3" "$clk:day.clk"; do
+        local source=${pair%%:*} target=$in/${pair#*:}
+        if [ ! -s "$target" ] || [ "$source" -nt "$target" ]; then
+            gzip -dc "$source" > "$target" || return 1
+        fi
+    done
+}
+
+rtklib_mode() { [ "$1" = static ] && echo ppp-static || echo ppp-kine; }
+rtklib_systems() { [ "$1" = G ] && echo 1 || echo 13; }  # bit mask: 1 GPS, 4 GLONASS, 8 Galileo
+
+# run_rtklib dynamics systems dir: prints the status of the run.
+run_rtklib() {
+    local dir=$3 in=$work/input
+    { cat "$root/bench/rtklib/ppp.conf"
+      echo "pos1-posmode       =$(rtklib_mode "$1")"
+      echo "pos1-navsys        =$(rtklib_systems "$2")"
+      echo "file-rcvantfile    =$atx"; } > "$dir/rtklib.conf"
+    /usr/bin/time -v -o "$dir/rtklib.time" rnx2rtkp -k "$dir/rtklib.conf" -o "$dir/rtklib.pos" \
+        "$in/obs.rnx" "$in/nav.rnx" "$in/before.sp3" "$in/day.sp3" "$in/day.clk" >"$dir/rtklib.log" 2>&1
+    local code=$?
+    [ $code = 0 ] && echo ok || echo "rnx2rtkp exited with $code"
+}
+
+# run_ours dynamics systems dir: prints the status of the run.
+run_ours() {
+    local dir=$3
+    if [ ! -x "$ppprun" ]; then echo "ppprun not built"; return; fi
+    rm -rf "$dir/ours"
+    /usr/bin/time -v -o "$dir/ours.time" "$ppprun" --obs "$obs" --sp3 "$sp3_before" --sp3 "$sp3_day" \
+        --clk "$clk" --atx "$atx" --mode ppp --dynamics "$1" --systems "$2" --elev-mask 7 \
+        --ref "$reference" --out "$dir/ours" --summary "$dir/ours.json" --quiet >"$dir/ours.log" 2>&1
+    local code=$?
+    [ $code = 0 ] && echo ok || echo "ppprun exited with $code"
+}
+
+# The .pos file ppprun wrote: <out>/<yyyymmdd>/<name>_<S|K>_<systems>.ppp.pos
+ours_pos() { find "$1/ours" -name "*.ppp.pos" 2>/dev/null | head -n 1; }
+
+main() {
+    require_package /usr/bin/time time || { say "/usr/bin/time is needed"; return 1; }
+    local have_rtklib=1
+    require_package rnx2rtkp rtklib || { have_rtklib=0; say "RTKLIB could not be installed"; }
+    if [ ! -x "$build/bin/crx2rnx" ]; then
+        say "building crx2rnx"
+        { cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=Release >/dev/null &&
+          cmake --build "$build" -j2 --target crx2rnx >/dev/null; } || { say "cannot build crx2rnx"; return 1; }
+    fi
+    prepare_inputs || { say "cannot prepare the inputs from $data"; return 1; }
+
+    local manifest=$work/runs.tsv case
+    : > "$manifest"
+    for case in $cases; do
+        local dynamics=${case%%:*} systems=${case#*:} dir=$work/${case/:/_}
+        local name="$dynamics $systems"
+        mkdir -p "$dir"
+        say "$name: RTKLIB"
+        local status="RTKLIB not installed"
+        [ $have_rtklib = 1 ] && status=$(run_rtklib "$dynamics" "$systems" "$dir")
+        printf '%s\tRTKLIB\t%s\t%s\t%s\n' "$name" "$status" "$dir/rtklib.pos" "$dir/rtklib.time" >> "$manifest"
+        say "$name: ours"
+        status=$(run_ours "$dynamics" "$systems" "$dir")
+        printf '%s\tours\t%s\t%s\t%s\n' "$name" "$status" "$(ours_pos "$dir")" "$dir/ours.time" >> "$manifest"
+    done
+    python3 "$root/bench/accuracy_table.py" "$manifest" --ref "$reference" --obs "$work/input/obs.rnx" \
+        --markdown "$results"
+}
+
+main "$@"

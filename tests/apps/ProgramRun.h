@@ -1,0 +1,51 @@
+// Runs a built program as a user would, through the emulator when the tests
+// are cross-compiled, and collects its exit code and both output streams.
+#ifndef TESTS_APPS_PROGRAMRUN_H
+#define TESTS_APPS_PROGRAMRUN_H
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <string>
+
+#include "io/rinex_obs_test_util.h"
+
+namespace program_test {
+
+// A fresh path in the scratch folder of the program tests.
+inline std::string Scratch(const std::string& name)
+{
+    const std::string dir = std::string(PPP_BINARY_DIR) + "/apps_scratch";
+    mkdir(dir.c_str(), 0777);
+    return dir + "/" + name;
+}
+
+struct Outcome {
+    int exitCode;  // -1 when the program did not exit normally
+    std::string out;
+    std::string err;
+};
+
+inline Outcome RunProgram(const std::string& program, const std::string& arguments)
+{
+    const std::string errFile = Scratch(program + "_stderr.txt");
+    const std::string command = std::string(PPP_EMULATOR) + " " + PPP_BINARY_DIR + "/bin/" + program + " " +
+                                arguments + " 2> " + errFile;
+    Outcome outcome{-1, "", ""};
+    std::FILE* pipe = popen(command.c_str(), "r");
+    if (!pipe)
+        return outcome;
+    char buffer[4096];
+    size_t n;
+    while ((n = std::fread(buffer, 1, sizeof(buffer), pipe)) > 0)
+        outcome.out.append(buffer, n);
+    const int status = pclose(pipe);
+    outcome.exitCode = status != -1 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    outcome.err = rinex_test::ReadText(errFile);
+    return outcome;
+}
+
+}  // namespace program_test
+
+#endif
