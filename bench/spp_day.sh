@@ -6,7 +6,7 @@
 # day lies beyond the day's SP3 file: broadcast orbits stand in there.
 # Usage: bench/spp_day.sh [build directory] [data directory]
 build=${1:-build}
-data=${2:-${PPP_DATA:-/work/shared/data}}
+data=${2:-${PPP_DATA:-$(dirname "$0")/../../shared/data}}
 ppprun=$build/bin/ppprun
 obs=$data/ESBC00DNK_R_20201770000_01D_30S_MO.crx.gz
 if [ ! -f "$obs" ]; then
