@@ -137,7 +137,7 @@ Options ParseOptions(int argc, char** argv)
         else if (option == "--code-ratios")
             ParseWeights(option, value(), o.codeRatio);
         else if (option == "--trop-noise")
-            o.tropNoise = ParseNumber(option, value());
+            o.tropWalkMm = ParseNumber(option, value());
         else if (option == "--no-tide")
             o.solidTide = false;
         else if (option == "--no-windup")
@@ -165,8 +165,8 @@ Options ParseOptions(int argc, char** argv)
         throw UsageError("option --broadcast-fallback needs --nav FILE");
     if (!(o.elevMask >= 0.0 && o.elevMask < 90.0))
         throw UsageError("option --elev-mask expects degrees from 0 to 90");
-    if (o.mode >= 2 && !(o.tropNoise > 0.0))
-        throw UsageError("option --trop-noise expects a positive number");
+    if (o.mode >= 2 && !(o.tropWalkMm > 0.0))
+        throw UsageError("option --trop-noise expects a positive number of mm per square-root hour");
     if (o.resetHours < 0.0)
         throw UsageError("option --reset-hours expects hours, 0 or more");
     if (o.site.size() > 60)
@@ -208,9 +208,8 @@ Processing:
                         file's, else the first single point solution)
   --site NAME           site name of the result files (default: the first
                         four characters of the header's MARKER NAME)
-  --trop-noise Q        troposphere process noise of the PPP filter; 0.01
-                        gives about 1 cm per square-root hour at 30 s
-                        (default: 0.01)
+  --trop-noise MM       random walk of the zenith wet delay in the PPP
+                        filter, mm per square-root hour (default: 3)
   --weights G,R,E,C,CG  relative phase weights per system, the last for
                         BeiDou geostationary satellites; normalised by
                         the first (default: 1,1,1,1,0.1)

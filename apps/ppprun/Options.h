@@ -36,7 +36,7 @@ struct Options {
     // Equal phase weights let Galileo and GLONASS count fully in the filter.
     double weightFactor[5] = {1.0, 1.0, 1.0, 1.0, 0.1};
     double codeRatio[5] = {300.0, 600.0, 600.0, 600.0, 900.0};
-    double tropNoise = 0.01;          // t_conf.pppos_value
+    double tropWalkMm = 3.0;          // zenith wet delay random walk, mm per sqrt(hour)
     bool solidTide = true;
     bool windUp = true;
     bool recAntenna = true;

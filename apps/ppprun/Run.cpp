@@ -105,11 +105,24 @@ void CopyText(const std::string& text, char (&field)[1024])
     field[sizeof(field) - 1] = '\0';
 }
 
+// The filter's troposphere value q for a random walk of `walkMm` mm per
+// square-root hour. The filter ties consecutive zenith delays, dt seconds
+// apart, by a pseudo-observation of variance q (dt/3600)^2 in units of the
+// unit-weight phase variance, which for the ionosphere-free phase at the
+// zenith is about (1 cm)^2. A random walk of rate r adds r^2 dt/3600, hence
+// q = r^2 3600 / (sigma^2 dt) at the nominal interval.
+double TroposphereProcessValue(double walkMm, double interval)
+{
+    constexpr double kUnitPhaseSigmaM = 0.01;
+    const double rate = walkMm * 1e-3;
+    return rate * rate * 3600.0 / (kUnitPhaseSigmaM * kUnitPhaseSigmaM * interval);
+}
+
 t_conf MakeConfiguration(const Options& o, double interval, const std::string& site)
 {
     t_conf conf{};
     conf.ppp_enable = o.mode >= 2 ? 1 : 0;
-    conf.pppos_value = o.tropNoise;
+    conf.pppos_value = TroposphereProcessValue(o.tropWalkMm, interval);
     conf.elev_mask = o.elevMask;
     conf.interval = interval;
     conf.reset_hours = o.resetHours;
