@@ -15,24 +15,34 @@ void SwapParameters(Matrix& N, Matrix& U, Matrix& labels, int j, int k)
     ExchangeRow(&U, j, k);
 }
 
+// A normal system split after its first k parameters.
+struct NormalBlocks {
+    Matrix N11, N12, N21, N22, U1, U2;
+};
+
+NormalBlocks SplitAfter(const Matrix& N, const Matrix& U, int k)
+{
+    const int r = static_cast<int>(N.RowNo()) - k;
+    NormalBlocks b;
+    GetSubMatrix(&b.N11, &N, 0, k, 0, k);
+    GetSubMatrix(&b.N12, &N, 0, k, k, r);
+    GetSubMatrix(&b.N21, &N, k, r, 0, k);
+    GetSubMatrix(&b.N22, &N, k, r, k, r);
+    GetSubMatrix(&b.U1, &U, 0, k, 0, 1);
+    GetSubMatrix(&b.U2, &U, k, r, 0, 1);
+    return b;
+}
+
 // N and U of the first k parameters after eliminating the rest:
 // N11 - N12 N22^-1 N21 and U1 - N12 N22^-1 U2.
 void EliminateTrailing(Matrix& N, Matrix& U, int k)
 {
-    const int n = static_cast<int>(N.RowNo());
-    const int r = n - k;
-    Matrix N11, N12, N21, N22, U1, U2;
-    GetSubMatrix(&N11, &N, 0, k, 0, k);
-    GetSubMatrix(&N12, &N, 0, k, k, r);
-    GetSubMatrix(&N21, &N, k, r, 0, k);
-    GetSubMatrix(&N22, &N, k, r, k, r);
-    GetSubMatrix(&U1, &U, 0, k, 0, 1);
-    GetSubMatrix(&U2, &U, k, r, 0, 1);
-    for (int i = 0; i < r; ++i)
-        N22(i, i) += 1e-15;
-    const Matrix T = N12 * !N22;
-    N = N11 - T * N21;
-    U = U1 - T * U2;
+    NormalBlocks b = SplitAfter(N, U, k);
+    for (unsigned i = 0; i < b.N22.RowNo(); ++i)
+        b.N22(i, i) += 1e-15;
+    const Matrix T = b.N12 * !b.N22;
+    N = b.N11 - T * b.N21;
+    U = b.U1 - T * b.U2;
 }
 
 }  // namespace
@@ -84,13 +94,7 @@ int CGNSSSPP::UpdateNY_UY_Pre_Tro(Matrix& NY, Matrix& UY, const Matrix& ambList,
     W.Unit(s);
     W(0, 0) = (1.296e7 / m_conf->pppos_value) / (dt * dt);
 
-    Matrix N11, N12, N21, N22, U1, U2;
-    GetSubMatrix(&N11, &NY, 0, s, 0, s);
-    GetSubMatrix(&N12, &NY, 0, s, s, trailing);
-    GetSubMatrix(&N21, &NY, s, trailing, 0, s);
-    GetSubMatrix(&N22, &NY, s, trailing, s, trailing);
-    GetSubMatrix(&U1, &UY, 0, s, 0, 1);
-    GetSubMatrix(&U2, &UY, s, trailing, 0, 1);
+    const NormalBlocks blocks = SplitAfter(NY, UY, s);
 
     Matrix B(s, n), G(n, s), D(n, n), E(n, 1);
     B.Null();
@@ -98,9 +102,9 @@ int CGNSSSPP::UpdateNY_UY_Pre_Tro(Matrix& NY, Matrix& UY, const Matrix& ambList,
     D.Null();
     E.Null();
     AddSubMatrix(&B, &W, 0, 0);
-    AddSubMatrix(&B, &N12, 0, s);
+    AddSubMatrix(&B, &blocks.N12, 0, s);
     AddSubMatrix(&G, &W, 0, 0);
-    AddSubMatrix(&G, &N21, s, 0);
+    AddSubMatrix(&G, &blocks.N21, s, 0);
     for (int i = 0; i < s; ++i) {
         for (int j = 0; j < s; ++j) {
             B(i, j) = -B(i, j);
@@ -108,12 +112,12 @@ int CGNSSSPP::UpdateNY_UY_Pre_Tro(Matrix& NY, Matrix& UY, const Matrix& ambList,
         }
     }
     AddSubMatrix(&D, &W, 0, 0);
-    AddSubMatrix(&D, &N22, s, s);
-    AddSubMatrix(&E, &U2, s, 0);
+    AddSubMatrix(&D, &blocks.N22, s, s);
+    AddSubMatrix(&E, &blocks.U2, s, 0);
 
-    const Matrix GAinv = G * !(N11 + W);
+    const Matrix GAinv = G * !(blocks.N11 + W);
     NY = D - GAinv * B;
-    UY = E - GAinv * U1;
+    UY = E - GAinv * blocks.U1;
     return 1;
 }
 
