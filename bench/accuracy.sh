@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Accuracy and speed of our ppprun against RTKLIB 2.4.3 (rnx2rtkp) on the
 # full ESBC day, static and kinematic, GPS only and GPS+GLONASS+Galileo.
-# Prints one table and writes it as Markdown (bench/accuracy_results.md).
+# Prints one table and writes it as Markdown (bench/accuracy_results.md),
+# then the convergence of the static cases over twelve cold starts, one
+# every two hours, appended to the same file.
 #
 # Environment: PPP_BENCH_DATA  data directory (default <repo>/../shared/data)
 #              PPP_BENCH_WORK  work directory (default <repo>/build/accuracy)
@@ -23,8 +25,11 @@ sp3_before=$data/GRG0MGXFIN_20201760000_01D_15M_ORB.SP3.gz
 sp3_day=$data/GRG0MGXFIN_20201770000_01D_15M_ORB.SP3.gz
 clk=$data/GRG0MGXFIN_20201770000_01D_30S_CLK.CLK.gz
 atx=$data/ESBC_receiver_antenna.atx
+day=2020/06/25  # the day of the files above, for RTKLIB's start and end times
 
 cases="static:G static:GRE kinematic:G kinematic:GRE"
+restart_cases="static:G static:GRE"
+restart_hours=2
 
 say() { echo "accuracy: $*" >&2; }
 
@@ -69,20 +74,54 @@ run_rtklib() {
     [ $code = 0 ] && echo ok || echo "rnx2rtkp exited with $code"
 }
 
-# run_ours dynamics systems dir: prints the status of the run.
+# run_rtklib_restarts dynamics systems dir: one RTKLIB run per window of
+# $restart_hours hours into dir/restarts; prints the status.
+run_rtklib_restarts() {
+    local dir=$3 in=$work/input hour
+    rm -rf "${dir:?}/restarts" && mkdir -p "$dir/restarts"
+    for ((hour = 0; hour < 24; hour += restart_hours)); do
+        local first=$(printf '%02d:00:00' $hour) last=$(printf '%02d:59:30' $((hour + restart_hours - 1)))
+        rnx2rtkp -k "$dir/rtklib.conf" -ts $day "$first" -te $day "$last" \
+            -o "$dir/restarts/rtklib_$(printf %02d $hour).pos" \
+            "$in/obs.rnx" "$in/nav.rnx" "$in/before.sp3" "$in/day.sp3" "$in/day.clk" >/dev/null 2>&1 ||
+            { echo "rnx2rtkp failed for the start at $first"; return; }
+    done
+    echo ok
+}
+
+# run_ours dynamics systems dir [name [options]]: runs ppprun into
+# dir/<name> (default "ours"); prints the status of the run.
 run_ours() {
-    local dir=$3
+    local dir=$3 name=${4:-ours}
     if [ ! -x "$ppprun" ]; then echo "ppprun not built"; return; fi
-    rm -rf "$dir/ours"
-    /usr/bin/time -v -o "$dir/ours.time" "$ppprun" --obs "$obs" --sp3 "$sp3_before" --sp3 "$sp3_day" \
+    rm -rf "${dir:?}/$name"
+    /usr/bin/time -v -o "$dir/$name.time" "$ppprun" --obs "$obs" --sp3 "$sp3_before" --sp3 "$sp3_day" \
         --clk "$clk" --atx "$atx" --mode ppp --dynamics "$1" --systems "$2" --elev-mask 7 \
-        --ref "$reference" --out "$dir/ours" --summary "$dir/ours.json" --quiet >"$dir/ours.log" 2>&1
+        --ref "$reference" --out "$dir/$name" --summary "$dir/$name.json" --quiet "${@:5}" >"$dir/$name.log" 2>&1
     local code=$?
     [ $code = 0 ] && echo ok || echo "ppprun exited with $code"
 }
 
 # The .pos file ppprun wrote: <out>/<yyyymmdd>/<name>_<S|K>_<systems>.ppp.pos
-ours_pos() { find "$1/ours" -name "*.ppp.pos" 2>/dev/null | head -n 1; }
+ours_pos() { find "$1/${2:-ours}" -name "*.ppp.pos" 2>/dev/null | head -n 1; }
+
+# Convergence of the static cases from a cold start every $restart_hours hours.
+restarts() {
+    local have_rtklib=$1 manifest=$work/restarts.tsv case
+    : > "$manifest"
+    for case in $restart_cases; do
+        local dynamics=${case%%:*} systems=${case#*:} dir=$work/${case/:/_}
+        local name="$dynamics $systems" status="RTKLIB not installed"
+        say "$name, restarted every $restart_hours h: RTKLIB"
+        [ $have_rtklib = 1 ] && status=$(run_rtklib_restarts "$dynamics" "$systems" "$dir")
+        printf '%s\tRTKLIB\t%s\t%s\n' "$name" "$status" "$(echo "$dir"/restarts/rtklib_*.pos)" >> "$manifest"
+        say "$name, restarted every $restart_hours h: ours"
+        status=$(run_ours "$dynamics" "$systems" "$dir" ours_restarts --reset-hours $restart_hours)
+        printf '%s\tours\t%s\t%s\n' "$name" "$status" "$(ours_pos "$dir" ours_restarts)" >> "$manifest"
+    done
+    python3 "$root/bench/restart_convergence.py" "$manifest" --ref "$reference" --hours $restart_hours \
+        --markdown "$results"
+}
 
 main() {
     require_package /usr/bin/time time || { say "/usr/bin/time is needed"; return 1; }
@@ -111,6 +150,8 @@ main() {
     done
     python3 "$root/bench/accuracy_table.py" "$manifest" --ref "$reference" --obs "$work/input/obs.rnx" \
         --markdown "$results"
+    echo
+    restarts $have_rtklib
 }
 
 main "$@"

@@ -8,6 +8,7 @@ import datetime
 import os
 
 import posstats
+import tables
 
 COLUMNS = ['Case', 'Program', 'Final N/E/U (cm)', 'RMS N/E/U 12-24 h (cm)', 'Convergence (min)',
            'Wall (s)', 'Peak memory (MB)', 'Speed RTKLIB/ours']
@@ -71,18 +72,6 @@ def rows(runs, reference, start):
                f'{f["memory_mb"]:.1f}', ratio]
 
 
-def markdown(table):
-    lines = ['| ' + ' | '.join(COLUMNS) + ' |', '|' + '---|' * len(COLUMNS)]
-    lines += ['| ' + ' | '.join(row) + ' |' for row in table]
-    return '\n'.join(lines) + '\n'
-
-
-def plain(table):
-    widths = [max(len(r[k]) for r in [COLUMNS] + table) for k in range(len(COLUMNS))]
-    return '\n'.join('  '.join(r[k].ljust(widths[k]) for k in range(len(COLUMNS))).rstrip()
-                     for r in [COLUMNS] + table)
-
-
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument('manifest')
@@ -95,12 +84,12 @@ def main():
         runs = [dict(zip(['case', 'program', 'status', 'pos', 'time'], line.rstrip('\n').split('\t')))
                 for line in f if line.strip()]
     table = list(rows(runs, reference, first_observation(args.obs)))
-    print(plain(table))
+    print(tables.plain(COLUMNS, table))
     note = ('\nErrors against the ITRF2014 reference of ESBC; convergence: from the first observation to the '
             'first epoch after which the horizontal error stays below 10 cm and the vertical below 20 cm '
             '("never": not below them at the end of the day).\n')
     with open(args.markdown, 'w') as f:
-        f.write(markdown(table) + note)
+        f.write(tables.markdown(COLUMNS, table) + note)
     print(f'\nMarkdown table written to {os.path.relpath(args.markdown)}')
 
 
