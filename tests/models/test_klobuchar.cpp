@@ -37,36 +37,34 @@ double Delay(tagCRDCARTESIAN sat, double secondsOfDay, tagGMNHDR nav)
 //   AMP    = sum alpha_n phi_m^n                        =  4.883115e-09 s
 //   PER    = sum beta_n phi_m^n                         =  83502.535 s
 //   F      = 1 + 16 (0.53 - 0.785398)^3                 =  0.73345331
-TEST(Klobuchar, AfternoonCaseComputedByHand)
+// With A = pi/2 rad: cos(A pi) = 0.22058404, sin(A pi) = -0.97536797.
+//   phi_i = 0 + psi 0.22058404                      = -0.00147781
+//   lam_i = 0 + psi (-0.97536797) / cos(phi_i pi)   =  0.00653459
+//   phi_m = phi_i + 0.064 cos((lam_i - 1.617) pi)   =  0.02028943
+//   AMP = 4.9334001e-09, PER = 83883.175
+TEST(Klobuchar, HandComputedCases)
 {
-    // t = 54000 s local time: x = 3600 pi / 83502.535 = 0.13544180
-    // delay = F (5e-9 + AMP (1 - x^2/2 + x^4/24)) c = 2.1633033 m
-    EXPECT_NEAR(Delay(kSatNorth45, 54000.0, Esbc177Coefficients()), 2.163303267969733, 1e-9);
-}
-
-TEST(Klobuchar, CosineUsesPiOverThePeriod)
-{
-    // t = 10000 s: x = -40400 pi / 83502.535 = -1.51995797, still inside the
-    // day term (with 2 pi it would be night).
-    EXPECT_NEAR(Delay(kSatNorth45, 10000.0, Esbc177Coefficients()), 1.1716304426816355, 1e-9);
-}
-
-TEST(Klobuchar, NightTermOnly)
-{
-    // t = 5000 s: x = -1.70807 beyond 1.57: delay = F 5e-9 c.
-    const double expected = 0.7334533109366503 * 5e-9 * 299792458.0;
-    EXPECT_NEAR(Delay(kSatNorth45, 5000.0, Esbc177Coefficients()), expected, 1e-9);
-}
-
-TEST(Klobuchar, AzimuthInRadiansEntersAsSemicircles)
-{
-    // A = pi/2 rad: cos(A pi) = 0.22058404, sin(A pi) = -0.97536797.
-    //   phi_i = 0 + psi 0.22058404                      = -0.00147781
-    //   lam_i = 0 + psi (-0.97536797) / cos(phi_i pi)   =  0.00653459
-    //   phi_m = phi_i + 0.064 cos((lam_i - 1.617) pi)   =  0.02028943
-    //   AMP = 4.9334001e-09, PER = 83883.175
-    //   t = 43200 lam_i + 54000 = 54282.294, x = 0.14539969
-    EXPECT_NEAR(Delay(kSatEast45, 54000.0, Esbc177Coefficients()), 2.1727470302990874, 1e-9);
+    const double night = 0.7334533109366503 * 5e-9 * 299792458.0;   // F 5e-9 c
+    const struct {
+        const char* what;
+        tagCRDCARTESIAN sat;
+        double secondsOfDay;
+        double delay;
+    } cases[] = {
+        // x = 3600 pi / 83502.535 = 0.13544180:
+        // F (5e-9 + AMP (1 - x^2/2 + x^4/24)) c = 2.1633033 m.
+        {"afternoon", kSatNorth45, 54000.0, 2.163303267969733},
+        // x = -40400 pi / 83502.535 = -1.51995797, still inside the day term
+        // (with 2 pi over the period it would be night).
+        {"cosine uses pi over the period", kSatNorth45, 10000.0, 1.1716304426816355},
+        // x = -1.70807 beyond 1.57: night term only.
+        {"night", kSatNorth45, 5000.0, night},
+        // Azimuth in radians enters as semicircles: t = 43200 lam_i + 54000
+        // = 54282.294, x = 0.14539969.
+        {"azimuth pi/2", kSatEast45, 54000.0, 2.1727470302990874},
+    };
+    for (const auto& c : cases)
+        EXPECT_NEAR(Delay(c.sat, c.secondsOfDay, Esbc177Coefficients()), c.delay, 1e-9) << c.what;
 }
 
 TEST(Klobuchar, AmplitudeAndPeriodAreClamped)
