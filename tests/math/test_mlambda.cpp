@@ -63,7 +63,7 @@ Problem strongly_correlated(unsigned seed, int n)
 
 // ----------------------------------------------------------- factorisation
 
-TEST(LdFactorisation, ReproducesTheCovariance)
+TEST(LdFactorisation, ReproducesTheCovarianceOrRejectsNonPositiveDefinite)
 {
     for (int n = 1; n <= 8; n++) {
         const Problem p = strongly_correlated(100u + n, n);
@@ -77,10 +77,7 @@ TEST(LdFactorisation, ReproducesTheCovariance)
         }
         expect_matrix_near(ltdl(n, L.p, D.p), p.Q, 1e-12);
     }
-}
 
-TEST(LdFactorisation, RejectsMatricesThatAreNotPositiveDefinite)
-{
     const double indefinite[4] = {1.0, 2.0, 2.0, 1.0};  // eigenvalues 3 and -1
     const double singular[4] = {1.0, 1.0, 1.0, 1.0};
     const double negative[1] = {-0.5};
