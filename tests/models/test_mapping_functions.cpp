@@ -41,16 +41,13 @@ TEST(MappingFunctions, BehaveLikeOneOverSineOfElevation)
     for (double factor : {gh, gw, nh, nw, vh, vw})
         EXPECT_NEAR(factor, 1.0, 1e-14);
 
-    // Close to 1/sin(el) at high elevations.
-    for (double elevDeg : {75.0, 60.0, 45.0}) {
-        const double elev = elevDeg * _DEG2RAD;
-        models.GetGMF(150, elev, pos, &gh, &gw);
-        models.GetNiellMapFun(150, elev, pos, &nh, &nw);
-        models.GetVMF1(0.00122, 0.00058, 150, elev, pos, &vh, &vw);
-        const double cosecant = 1.0 / std::sin(elev);
-        for (double factor : {gh, gw, nh, nw, vh, vw})
-            EXPECT_NEAR(factor, cosecant, 0.005 * cosecant) << elevDeg << " deg";
-    }
+    // Close to 1/sin(el) at 60 degrees.
+    const double elev = 60.0 * _DEG2RAD;
+    models.GetGMF(150, elev, pos, &gh, &gw);
+    models.GetNiellMapFun(150, elev, pos, &nh, &nw);
+    models.GetVMF1(0.00122, 0.00058, 150, elev, pos, &vh, &vw);
+    for (double factor : {gh, gw, nh, nw, vh, vw})
+        EXPECT_NEAR(factor, 1.0 / std::sin(elev), 0.005 / std::sin(elev));
 
     // About 10 at 5 degrees (1/sin would be 11.5): the wet factor a little
     // larger than the hydrostatic one, the models within a few per mille.
