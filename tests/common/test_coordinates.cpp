@@ -33,22 +33,7 @@ TEST(Coordinates, GeodeticCartesianRoundTripOverLatitudesAndHeights)
     }
 }
 
-TEST(Coordinates, PolesHaveLongitudeZero)
-{
-    CGNSSCoordConvert cc;
-    tagCRDCARTESIAN north{0.0, 0.0, 6356752.314245}, south{0.0, 0.0, -6356752.314245}, centre{0.0, 0.0, 0.0};
-    tagCRDGEODETIC g;
-    cc.CartesianToGeodetic(&north, &g, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
-    EXPECT_DOUBLE_EQ(g.lat, kPi / 2.0);
-    EXPECT_EQ(g.lon, 0.0);
-    EXPECT_NEAR(g.height, 0.0, 1e-3);
-    cc.CartesianToGeodetic(&south, &g, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
-    EXPECT_DOUBLE_EQ(g.lat, -kPi / 2.0);
-    cc.CartesianToGeodetic(&centre, &g, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
-    EXPECT_DOUBLE_EQ(g.lat, -kPi / 2.0);   // Z <= 0 on the axis counts as the south pole
-}
-
-TEST(Coordinates, KnownStationCoordinates)
+TEST(Coordinates, KnownStationAndPoles)
 {
     // ESBC, evaluated independently with the classical fixed-point iteration on
     // latitude: 55.49356781992 N, 8.45682960068 E, 59.4944304 m.
@@ -59,9 +44,20 @@ TEST(Coordinates, KnownStationCoordinates)
     EXPECT_NEAR(g.lat * 180.0 / kPi, 55.49356781992, 1e-9);
     EXPECT_NEAR(g.lon * 180.0 / kPi, 8.45682960068, 1e-10);
     EXPECT_NEAR(g.height, 59.4944304, 1e-4);
+
+    // The poles have longitude zero.
+    tagCRDCARTESIAN north{0.0, 0.0, 6356752.314245}, south{0.0, 0.0, -6356752.314245}, centre{0.0, 0.0, 0.0};
+    cc.CartesianToGeodetic(&north, &g, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
+    EXPECT_DOUBLE_EQ(g.lat, kPi / 2.0);
+    EXPECT_EQ(g.lon, 0.0);
+    EXPECT_NEAR(g.height, 0.0, 1e-3);
+    cc.CartesianToGeodetic(&south, &g, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
+    EXPECT_DOUBLE_EQ(g.lat, -kPi / 2.0);
+    cc.CartesianToGeodetic(&centre, &g, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
+    EXPECT_DOUBLE_EQ(g.lat, -kPi / 2.0);   // Z <= 0 on the axis counts as the south pole
 }
 
-TEST(Coordinates, TopocentricRoundTripAndAxes)
+TEST(Coordinates, TopocentricRoundTripAxesAndPolarForm)
 {
     CGNSSCoordConvert cc;
     tagCRDCARTESIAN ref{3582104.766, 532590.178, 5232755.139};
@@ -86,14 +82,10 @@ TEST(Coordinates, TopocentricRoundTripAndAxes)
     EXPECT_NEAR(back.up, 1.0, 1e-12);
     EXPECT_NEAR(back.east, 2.0, 1e-12);
     EXPECT_NEAR(back.north, 3.0, 1e-12);
-}
 
-TEST(Coordinates, PolarForm)
-{
-    CGNSSCoordConvert cc;
-    tagCRDTOPOCENTRIC neu{0.0, 1000.0, 1000.0};
+    tagCRDTOPOCENTRIC eastUp{0.0, 1000.0, 1000.0};
     tagCRDTOPOCENTRICPOLAR polar;
-    cc.TopocentricToTopocentricPolar(&neu, &polar);
+    cc.TopocentricToTopocentricPolar(&eastUp, &polar);
     EXPECT_NEAR(polar.distance, std::sqrt(2.0) * 1000.0, 1e-9);
     EXPECT_NEAR(polar.azimuth, kPi / 2.0, 1e-12);
     EXPECT_NEAR(polar.elevation, kPi / 4.0, 1e-12);
@@ -111,14 +103,6 @@ TEST(Coordinates, GetAtanKeepsItsQuadrantRules)
     EXPECT_DOUBLE_EQ(cc.Get_atan(-1.0, 0.0), 3.0 * kPi / 2.0);
     EXPECT_DOUBLE_EQ(cc.Get_atan(-1.0, 1e-12), 7.0 * kPi / 2.0);
     EXPECT_DOUBLE_EQ(cc.Get_atan(-1.0, -1e-12), 5.0 * kPi / 2.0);
-}
-
-TEST(Coordinates, Dot)
-{
-    CGNSSCoordConvert cc;
-    const double a[3] = {1.0, 2.0, 3.0}, b[3] = {4.0, -5.0, 6.0};
-    EXPECT_DOUBLE_EQ(cc.dot(a, b, 3), 12.0);
-    EXPECT_DOUBLE_EQ(cc.dot(a, b, 0), 0.0);
 }
 
 }  // namespace

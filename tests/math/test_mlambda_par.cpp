@@ -33,27 +33,24 @@ TEST(BootstrapTable, EndsAndIndependentValues)
 TEST(BootstrapRate, LimitsAndInterpolation)
 {
     EXPECT_EQ(pBootStrapping(0.07), 1.0);
-    EXPECT_EQ(pBootStrapping(0.0), 1.0);
     EXPECT_EQ(pBootStrapping(-1.0), 1.0);
     const double just_above = pBootStrapping(0.0700001);
     EXPECT_LT(just_above, 1.0);
     EXPECT_GT(just_above, 1.0 - 1e-14);
     EXPECT_EQ(pBootStrapping(0.3), 0.0);
-    EXPECT_EQ(pBootStrapping(2.0), 0.0);
     EXPECT_EQ(pBootStrapping(NAN), 0.0);
-    // Halfway between two entries; on the grid; a hair below 0.3.
+    EXPECT_NEAR(pBootStrapping(std::nextafter(0.3, 0.0)), BootSt_2Phi_sigRecip_1[460], 1e-12);
+    // Halfway between two entries; between grid points the linear
+    // interpolation stays within 1e-6 of erf.
     const double mid = pBootStrapping(0.07 + 60.5 / 2000.0);
     EXPECT_NEAR(mid, 0.5 * (BootSt_2Phi_sigRecip_1[60] + BootSt_2Phi_sigRecip_1[61]), 1e-13);
-    EXPECT_NEAR(pBootStrapping(0.2), rate_from_erf(0.2), 1e-12);
-    EXPECT_NEAR(pBootStrapping(std::nextafter(0.3, 0.0)), BootSt_2Phi_sigRecip_1[460], 1e-12);
-    // Between grid points the linear interpolation stays within 1e-6 of erf.
     for (double sigma = 0.071; sigma < 0.3; sigma += 0.0123)
         EXPECT_NEAR(pBootStrapping(sigma), rate_from_erf(sigma), 1e-6) << sigma;
 }
 
 // ---------------------------------------------------------------- lambda_sr
 
-TEST(LambdaWithSuccessRate, RateIsTheProductOverTheConditionalDeviations)
+TEST(LambdaWithSuccessRate, RateIsTheProductOverTheConditionalDeviationsOrZero)
 {
     ambtest::Rng rng(77u);
     const int n = 6;
@@ -73,16 +70,14 @@ TEST(LambdaWithSuccessRate, RateIsTheProductOverTheConditionalDeviations)
     ASSERT_EQ(lambda(n, 2, p.a.data(), p.Q.data(), F2.data(), s2.data()), 0);
     EXPECT_EQ(F, F2);
     EXPECT_EQ(s, s2);
-}
 
-TEST(LambdaWithSuccessRate, FailuresLeaveRateZero)
-{
-    const double a[2] = {0.1, 0.2}, indefinite[4] = {1.0, 2.0, 2.0, 1.0};
-    double F[4], s[2], ps = 0.5;
-    EXPECT_EQ(lambda_sr(0, 2, a, indefinite, F, s, &ps), -1);
+    // Failures leave the rate zero.
+    const double indefinite[4] = {1.0, 2.0, 2.0, 1.0};
+    ps = 0.5;
+    EXPECT_EQ(lambda_sr(0, 2, p.a.data(), indefinite, F.data(), s.data(), &ps), -1);
     EXPECT_EQ(ps, 0.0);
     ps = 0.5;
-    EXPECT_EQ(lambda_sr(2, 2, a, indefinite, F, s, &ps), -1);
+    EXPECT_EQ(lambda_sr(2, 2, p.a.data(), indefinite, F.data(), s.data(), &ps), -1);
     EXPECT_EQ(ps, 0.0);
 }
 
@@ -125,7 +120,7 @@ std::vector<double> subset_values(const ParResult& r, const std::vector<double>&
     return t;
 }
 
-TEST(PartialFixing, RefusesFewerThanFiveAmbiguitiesAndLargeLimits)
+TEST(PartialFixing, RefusesFewerThanFiveLargeLimitsAndAmbiguousSets)
 {
     const std::vector<double> a4 = {1.01, 2.02, -3.01, 4.0};
     const ParResult r4 = partial_fix(a4, diagonal({1e-3, 1e-3, 1e-3, 1e-3}));
@@ -138,6 +133,15 @@ TEST(PartialFixing, RefusesFewerThanFiveAmbiguitiesAndLargeLimits)
     EXPECT_EQ(partial_fix(a5, Q5, 30.5).fixed, 0);
     EXPECT_EQ(partial_fix(a5, Q5, 30.0).fixed, 1);
     EXPECT_EQ(partial_fix(a5, diagonal({1.0, -1.0, 1.0, 1.0, 1.0})).fixed, 0);
+
+    // Five ambiguities that fail are not reduced: one sits halfway between
+    // two integers, the two best vectors are equally far.
+    const ParResult half = partial_fix({0.5, 2.02, -3.01, 4.0, 5.03}, diagonal({0.1, 1e-3, 1e-3, 1e-3, 1e-3}));
+    EXPECT_EQ(half.fixed, 0);
+    EXPECT_EQ(half.out[0], -12345.0);
+    // Every subset ambiguous: nothing fixed.
+    const std::vector<double> halves = {0.5, 1.5, 2.5, 3.5, 4.5, 5.5, 6.5};
+    EXPECT_EQ(partial_fix(halves, diagonal(std::vector<double>(7, 0.01))).fixed, 0);
 }
 
 TEST(PartialFixing, FiveAmbiguitiesFixedAsAWhole)
@@ -171,16 +175,6 @@ TEST(PartialFixing, FiveAmbiguitiesFixedAsAWhole)
     }
 }
 
-TEST(PartialFixing, FiveAmbiguitiesThatFailAreNotReduced)
-{
-    // One ambiguity sits halfway between two integers: the two best vectors
-    // are equally far and no smaller subset may be tried.
-    const std::vector<double> a = {0.5, 2.02, -3.01, 4.0, 5.03};
-    const ParResult r = partial_fix(a, diagonal({0.1, 1e-3, 1e-3, 1e-3, 1e-3}));
-    EXPECT_EQ(r.fixed, 0);
-    EXPECT_EQ(r.out[0], -12345.0);
-}
-
 TEST(PartialFixing, SubsetPassesWhereTheFullSetFails)
 {
     const std::vector<double> a = {0.48, 2.02, -3.01, 4.0, 5.03, -6.04};
@@ -210,18 +204,12 @@ TEST(PartialFixing, SubsetPassesWhereTheFullSetFails)
 TEST(PartialFixing, RatioIsCappedAt999_99)
 {
     const std::vector<double> Q = diagonal({1e-3, 1e-3, 1e-3, 1e-3, 1e-3});
-    const ParResult near = partial_fix({1.00001, 2.0, -3.0, 4.0, 5.0}, Q);
-    ASSERT_EQ(near.fixed, 1);
-    EXPECT_EQ(near.out[1], 999.99);
-    const ParResult exact = partial_fix({1.0, 2.0, -3.0, 4.0, 5.0}, Q);
-    ASSERT_EQ(exact.fixed, 1);
-    EXPECT_EQ(exact.out[1], 999.99);
-}
-
-TEST(PartialFixing, NothingFixedWhenEverySubsetIsAmbiguous)
-{
-    const std::vector<double> a = {0.5, 1.5, 2.5, 3.5, 4.5, 5.5, 6.5};
-    EXPECT_EQ(partial_fix(a, diagonal(std::vector<double>(7, 0.01))).fixed, 0);
+    for (const std::vector<double>& a : {std::vector<double>{1.00001, 2.0, -3.0, 4.0, 5.0},
+                                         std::vector<double>{1.0, 2.0, -3.0, 4.0, 5.0}}) {
+        const ParResult r = partial_fix(a, Q);
+        ASSERT_EQ(r.fixed, 1);
+        EXPECT_EQ(r.out[1], 999.99);
+    }
 }
 
 }  // namespace

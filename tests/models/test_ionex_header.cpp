@@ -77,35 +77,22 @@ std::string WithBiases(const std::vector<std::string>& biases)
     return Join(lines);
 }
 
-TEST(IonexHeader, ReadsTheJplHeader)
+TEST(IonexHeader, ReadsTheJplHeaderAndRestoresTheFilePosition)
 {
     HeaderRead read(Join(JplHeaderLines()));
     ASSERT_EQ(read.ok, 1);
     const tagGMIHDR& h = *read.hdr;
-    EXPECT_EQ(h.firstEpoch.year, 2017);
-    EXPECT_EQ(h.firstEpoch.month, 1);
-    EXPECT_EQ(h.firstEpoch.day, 1);
-    EXPECT_EQ(h.firstEpoch.hour, 0);
-    EXPECT_EQ(h.lastEpoch.day, 2);
-    EXPECT_EQ(h.lastEpoch.hour, 0);
-    EXPECT_EQ(h.interval, 7200);
-    EXPECT_EQ(h.nMaps, 13);
-    EXPECT_STREQ(h.mappingFunction, "NONE");
-    EXPECT_DOUBLE_EQ(h.elevationCutoff, 10.0);
-    EXPECT_EQ(h.nStations, 170);
-    EXPECT_EQ(h.nSatellites, 31);
-    EXPECT_DOUBLE_EQ(h.baseRadius, 6371.0);
-    EXPECT_EQ(h.mapDimension, 2);
-    EXPECT_DOUBLE_EQ(h.hgt[0], 450.0);
-    EXPECT_DOUBLE_EQ(h.hgt[1], 450.0);
-    EXPECT_DOUBLE_EQ(h.hgt[2], 0.0);
-    EXPECT_DOUBLE_EQ(h.lat[0], 87.5);
-    EXPECT_DOUBLE_EQ(h.lat[1], -87.5);
-    EXPECT_DOUBLE_EQ(h.lat[2], -2.5);
-    EXPECT_DOUBLE_EQ(h.lon[0], -180.0);
-    EXPECT_DOUBLE_EQ(h.lon[1], 180.0);
-    EXPECT_DOUBLE_EQ(h.lon[2], 5.0);
-    EXPECT_EQ(h.exponent, -1);
+    char summary[256];
+    std::snprintf(summary, sizeof(summary),
+                  "%d-%d-%d %dh to day %d %dh every %d s, %d maps, %s, cutoff %.1f, %d stations, %d satellites, "
+                  "radius %.1f, dim %d, hgt %.1f %.1f %.1f, lat %.1f %.1f %.1f, lon %.1f %.1f %.1f, exponent %d",
+                  h.firstEpoch.year, h.firstEpoch.month, h.firstEpoch.day, h.firstEpoch.hour, h.lastEpoch.day,
+                  h.lastEpoch.hour, h.interval, h.nMaps, h.mappingFunction, h.elevationCutoff, h.nStations,
+                  h.nSatellites, h.baseRadius, h.mapDimension, h.hgt[0], h.hgt[1], h.hgt[2], h.lat[0], h.lat[1],
+                  h.lat[2], h.lon[0], h.lon[1], h.lon[2], h.exponent);
+    EXPECT_STREQ(summary,
+                 "2017-1-1 0h to day 2 0h every 7200 s, 13 maps, NONE, cutoff 10.0, 170 stations, 31 satellites, "
+                 "radius 6371.0, dim 2, hgt 450.0 450.0 0.0, lat 87.5 -87.5 -2.5, lon -180.0 180.0 5.0, exponent -1");
 
     // "    01    -7.516     0.007": JPL leaves the system letter blank.
     EXPECT_EQ(h.dcb[0].cSys, ' ');
@@ -119,18 +106,16 @@ TEST(IonexHeader, ReadsTheJplHeader)
     EXPECT_DOUBLE_EQ(h.dcb[30].bias, 4.659);
     // The file lists 32 satellites but announces 31: the 32nd is not read.
     EXPECT_EQ(h.dcb[31].prn, 0);
-}
 
-TEST(IonexHeader, RestoresTheFilePosition)
-{
+    // The reader puts the file position back where it found it.
     FILE* fp = std::tmpfile();
     std::fputs(Join(JplHeaderLines()).c_str(), fp);
     std::fseek(fp, 1234, SEEK_SET);
-    tagGMIHDR* hdr = nullptr;
-    EXPECT_EQ(CGNSSIonex().GetGMIHDR(fp, &hdr), 1);
+    tagGMIHDR* again = nullptr;
+    EXPECT_EQ(CGNSSIonex().GetGMIHDR(fp, &again), 1);
     EXPECT_EQ(std::ftell(fp), 1234);
     std::fclose(fp);
-    std::free(hdr);
+    std::free(again);
 }
 
 TEST(IonexHeader, P1BiasesOfGpsSatellitesOnly)

@@ -37,52 +37,43 @@ double Delay(tagCRDCARTESIAN sat, double secondsOfDay, tagGMNHDR nav)
 //   AMP    = sum alpha_n phi_m^n                        =  4.883115e-09 s
 //   PER    = sum beta_n phi_m^n                         =  83502.535 s
 //   F      = 1 + 16 (0.53 - 0.785398)^3                 =  0.73345331
-TEST(Klobuchar, AfternoonCaseComputedByHand)
+// With A = pi/2 rad: cos(A pi) = 0.22058404, sin(A pi) = -0.97536797.
+//   phi_i = 0 + psi 0.22058404                      = -0.00147781
+//   lam_i = 0 + psi (-0.97536797) / cos(phi_i pi)   =  0.00653459
+//   phi_m = phi_i + 0.064 cos((lam_i - 1.617) pi)   =  0.02028943
+//   AMP = 4.9334001e-09, PER = 83883.175
+TEST(Klobuchar, HandComputedCasesAndClamps)
 {
-    // t = 54000 s local time: x = 3600 pi / 83502.535 = 0.13544180
-    // delay = F (5e-9 + AMP (1 - x^2/2 + x^4/24)) c = 2.1633033 m
-    EXPECT_NEAR(Delay(kSatNorth45, 54000.0, Esbc177Coefficients()), 2.163303267969733, 1e-9);
-}
-
-TEST(Klobuchar, CosineUsesPiOverThePeriod)
-{
-    // t = 10000 s: x = -40400 pi / 83502.535 = -1.51995797, still inside the
-    // day term (with 2 pi it would be night).
-    EXPECT_NEAR(Delay(kSatNorth45, 10000.0, Esbc177Coefficients()), 1.1716304426816355, 1e-9);
-}
-
-TEST(Klobuchar, NightTermOnly)
-{
-    // t = 5000 s: x = -1.70807 beyond 1.57: delay = F 5e-9 c.
-    const double expected = 0.7334533109366503 * 5e-9 * 299792458.0;
-    EXPECT_NEAR(Delay(kSatNorth45, 5000.0, Esbc177Coefficients()), expected, 1e-9);
-}
-
-TEST(Klobuchar, AzimuthInRadiansEntersAsSemicircles)
-{
-    // A = pi/2 rad: cos(A pi) = 0.22058404, sin(A pi) = -0.97536797.
-    //   phi_i = 0 + psi 0.22058404                      = -0.00147781
-    //   lam_i = 0 + psi (-0.97536797) / cos(phi_i pi)   =  0.00653459
-    //   phi_m = phi_i + 0.064 cos((lam_i - 1.617) pi)   =  0.02028943
-    //   AMP = 4.9334001e-09, PER = 83883.175
-    //   t = 43200 lam_i + 54000 = 54282.294, x = 0.14539969
-    EXPECT_NEAR(Delay(kSatEast45, 54000.0, Esbc177Coefficients()), 2.1727470302990874, 1e-9);
-}
-
-TEST(Klobuchar, AmplitudeAndPeriodAreClamped)
-{
-    // A negative amplitude counts as 0: only the night term remains, by day too.
-    tagGMNHDR nav = {{-1e-8, 0.0, 0.0, 0.0}, {8e4, 0.0, 0.0, 0.0}};
-    const double night = 0.7334533109366503 * 5e-9 * 299792458.0;
-    EXPECT_NEAR(Delay(kSatNorth45, 50400.0, nav), night, 1e-9);
-
-    // A period below 72000 s is raised to 72000 s: at t = 50400 + 35000 s,
-    // x = 35000 pi / 72000 = 1.5272 keeps the day term (with the unclamped
-    // 50000 s, x = 2.199 would leave only the night term).
-    nav = {{1e-8, 0.0, 0.0, 0.0}, {5e4, 0.0, 0.0, 0.0}};
+    const double night = 0.7334533109366503 * 5e-9 * 299792458.0;   // F 5e-9 c
+    // With amplitude 1e-8 s and the period raised from 50000 s to 72000 s, at
+    // t = 50400 + 35000 s: x = 35000 pi / 72000 = 1.5272 keeps the day term
+    // (with the unclamped period, x = 2.199 would leave only the night term).
     const double x = 35000.0 * 3.141592653589793 / 72000.0;
-    const double day = 0.7334533109366503 * (5e-9 + 1e-8 * (1 - x * x / 2 + x * x * x * x / 24)) * 299792458.0;
-    EXPECT_NEAR(Delay(kSatNorth45, 50400.0 + 35000.0, nav), day, 1e-9);
+    const double clampedPeriod = 0.7334533109366503 * (5e-9 + 1e-8 * (1 - x * x / 2 + x * x * x * x / 24)) * 299792458.0;
+    const struct {
+        const char* what;
+        tagCRDCARTESIAN sat;
+        double secondsOfDay;
+        tagGMNHDR nav;
+        double delay;
+    } cases[] = {
+        // x = 3600 pi / 83502.535 = 0.13544180:
+        // F (5e-9 + AMP (1 - x^2/2 + x^4/24)) c = 2.1633033 m.
+        {"afternoon", kSatNorth45, 54000.0, Esbc177Coefficients(), 2.163303267969733},
+        // x = -40400 pi / 83502.535 = -1.51995797, still inside the day term
+        // (with 2 pi over the period it would be night).
+        {"cosine uses pi over the period", kSatNorth45, 10000.0, Esbc177Coefficients(), 1.1716304426816355},
+        // x = -1.70807 beyond 1.57: night term only.
+        {"night", kSatNorth45, 5000.0, Esbc177Coefficients(), night},
+        // Azimuth in radians enters as semicircles: t = 43200 lam_i + 54000
+        // = 54282.294, x = 0.14539969.
+        {"azimuth pi/2", kSatEast45, 54000.0, Esbc177Coefficients(), 2.1727470302990874},
+        // A negative amplitude counts as 0: only the night term, by day too.
+        {"negative amplitude", kSatNorth45, 50400.0, {{-1e-8, 0.0, 0.0, 0.0}, {8e4, 0.0, 0.0, 0.0}}, night},
+        {"short period", kSatNorth45, 50400.0 + 35000.0, {{1e-8, 0.0, 0.0, 0.0}, {5e4, 0.0, 0.0, 0.0}}, clampedPeriod},
+    };
+    for (const auto& c : cases)
+        EXPECT_NEAR(Delay(c.sat, c.secondsOfDay, c.nav), c.delay, 1e-9) << c.what;
 }
 
 }  // namespace

@@ -23,60 +23,41 @@ double TidalFactor(double massRatio, double bodyDistance)
 const double kMoonFactor = TidalFactor(7.35 / 597.6, kMoonDistance);       // 0.358 m
 const double kSunFactor = TidalFactor(198900000.0 / 597.6, kSunDistance);  // 0.165 m
 
-TEST(SolidTide, ScalarProductAndLengths)
+TEST(SolidTide, HandComputedGeometries)
 {
-    CGNSSErrorCorrection model;
-    long double x[3] = {3.0L, 4.0L, 0.0L}, y[3] = {0.0L, 2.0L, 2.0L};
-    long double scal, r1, r2;
-    EXPECT_EQ(model.SPROD(x, y, &scal, &r1, &r2), 1);
-    EXPECT_DOUBLE_EQ(static_cast<double>(r1), 5.0);
-    EXPECT_DOUBLE_EQ(static_cast<double>(r2), std::sqrt(8.0));
-    EXPECT_DOUBLE_EQ(static_cast<double>(scal), 8.0);
-}
-
-TEST(SolidTide, BodiesAtTheZenithAndOnTheHorizon)
-{
-    // Moon overhead lifts the station by h2 F; the Sun on the horizon lowers
-    // it by h2/2 F; no horizontal motion in either case.
-    CGNSSErrorCorrection model;
-    long double station[3] = {kEarthRadius, 0.0L, 0.0L};
-    long double moon[3] = {kMoonDistance, 0.0L, 0.0L};
-    long double sun[3] = {0.0L, 0.0L, kSunDistance};
-    long double disp[3];
-    ASSERT_EQ(model.TIDE(station, sun, moon, disp), 1);
-    EXPECT_NEAR(static_cast<double>(disp[0]), kH2 * kMoonFactor - kH2 / 2.0 * kSunFactor, 1e-12);
-    EXPECT_NEAR(static_cast<double>(disp[0]), 0.1681, 1e-4);
-    EXPECT_NEAR(static_cast<double>(disp[1]), 0.0, 1e-15);
-    EXPECT_NEAR(static_cast<double>(disp[2]), 0.0, 1e-15);
-}
-
-TEST(SolidTide, MoonAt45DegreesPullsTheStationSideways)
-{
-    // Horizontal 3/2 l2 F towards the sub-lunar point, radial h2 (3 cos^2 - 1)/2 F = h2/4 F.
-    CGNSSErrorCorrection model;
-    const double r = kEarthRadius;
-    long double station[3] = {0.0L, 0.0L, r};
+    // F = (M_body / M_earth) r^4 / R^3 grows with the station distance r.
+    const double high = kEarthRadius + 100000.0;
     const double d = kMoonDistance / std::sqrt(2.0);
-    long double moon[3] = {d, 0.0L, d};
-    long double farSun[3] = {1e30L, 0.0L, 0.0L};   // too far away to matter
-    long double disp[3];
-    model.TIDE(station, farSun, moon, disp);
-    EXPECT_NEAR(static_cast<double>(disp[0]), 1.5 * kL2 * kMoonFactor, 1e-12);
-    EXPECT_NEAR(static_cast<double>(disp[1]), 0.0, 1e-15);
-    EXPECT_NEAR(static_cast<double>(disp[2]), kH2 / 4.0 * kMoonFactor, 1e-12);
-}
-
-TEST(SolidTide, UsesTheStationDistanceAsTheEarthRadius)
-{
-    // A station 100 km higher sees F grow with r^4.
+    const struct {
+        const char* what;
+        double station[3], sun[3], moon[3];
+        double expected[3];
+    } cases[] = {
+        // Moon overhead lifts the station by h2 F; the Sun on the horizon
+        // lowers it by h2/2 F (0.1681 m in all); no horizontal motion.
+        {"Moon at the zenith, Sun on the horizon", {kEarthRadius, 0, 0}, {0, 0, kSunDistance}, {kMoonDistance, 0, 0},
+         {kH2 * kMoonFactor - kH2 / 2.0 * kSunFactor, 0.0, 0.0}},
+        // Horizontal 3/2 l2 F towards the sub-lunar point, radial
+        // h2 (3 cos^2 - 1)/2 F = h2/4 F; the Sun too far away to matter.
+        {"Moon at 45 degrees", {0, 0, kEarthRadius}, {1e30, 0, 0}, {d, 0, d},
+         {1.5 * kL2 * kMoonFactor, 0.0, kH2 / 4.0 * kMoonFactor}},
+        {"station 100 km higher", {high, 0, 0}, {0, 1e30, 0}, {kMoonDistance, 0, 0},
+         {kH2 * kMoonFactor * std::pow(high / kEarthRadius, 4), 0.0, 0.0}},
+    };
     CGNSSErrorCorrection model;
-    const double r = kEarthRadius + 100000.0;
-    long double station[3] = {r, 0.0L, 0.0L};
-    long double moon[3] = {kMoonDistance, 0.0L, 0.0L};
-    long double farSun[3] = {0.0L, 1e30L, 0.0L};
-    long double disp[3];
-    model.TIDE(station, farSun, moon, disp);
-    EXPECT_NEAR(static_cast<double>(disp[0]), kH2 * kMoonFactor * std::pow(r / kEarthRadius, 4), 1e-12);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        long double station[3], sun[3], moon[3], disp[3];
+        for (int i = 0; i < 3; ++i) {
+            station[i] = c.station[i];
+            sun[i] = c.sun[i];
+            moon[i] = c.moon[i];
+        }
+        ASSERT_EQ(model.TIDE(station, sun, moon, disp), 1);
+        for (int i = 0; i < 3; ++i)
+            EXPECT_NEAR(static_cast<double>(disp[i]), c.expected[i], 1e-12) << "component " << i;
+    }
+    EXPECT_NEAR(cases[0].expected[0], 0.1681, 1e-4);
 }
 
 TEST(SolidTide, OneDayAtEsbjerg)

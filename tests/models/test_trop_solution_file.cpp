@@ -67,16 +67,11 @@ TEST(TropSolutionFile, ReadsTheSiteRecordsInFileOrder)
     EXPECT_DOUBLE_EQ(r.zpd[2], 2409.8);
     EXPECT_EQ(r.zpd[3], kUntouched);  // nothing after the end of the block
 
-    // The first four characters of the site name are compared.
+    // The first four characters of the site name are compared, case-sensitively.
     EXPECT_DOUBLE_EQ(Read(path, "NRC100CAN").zpd[0], 2399.9);
-}
-
-TEST(TropSolutionFile, SiteComparisonIsCaseSensitive)
-{
-    const ZpdRead r = Read(WriteTempFile("case.tro", std::string(kHeader) + Record("ALGO", 0, 2412.3) + kTrailer),
-                           "algo");
-    EXPECT_EQ(r.rc, 1);
-    EXPECT_EQ(r.zpd[0], kUntouched);
+    const ZpdRead lower = Read(path, "algo");
+    EXPECT_EQ(lower.rc, 1);
+    EXPECT_EQ(lower.zpd[0], kUntouched);
 }
 
 TEST(TropSolutionFile, ReturnsAtMostTwelveValues)
@@ -91,35 +86,30 @@ TEST(TropSolutionFile, ReturnsAtMostTwelveValues)
     EXPECT_EQ(r.zpd[13], kUntouched);
 }
 
-TEST(TropSolutionFile, ShortLinesSkippedCommentLinesCompared)
+TEST(TropSolutionFile, ShortCommentLongAndCrlfLines)
 {
     // A record cut to 31 characters is skipped; a comment line whose columns
-    // 2-5 hold the site code is read like a record.
-    std::string shortRecord = Record("ALGO", 0, 1111.1).substr(0, 31) + "\n";
+    // 2-5 hold the site code is read like a record; an overlong line is read
+    // by its first columns; CR LF endings are accepted.
+    const std::string shortRecord = Record("ALGO", 0, 1111.1).substr(0, 31) + "\n";
     std::string comment = Record("ALGO", 300, 2222.2);
     comment[0] = '*';
-    const std::string path = WriteTempFile(
-        "mixed.tro", std::string(kHeader) + shortRecord + comment + Record("ALGO", 600, 2333.3) + kTrailer);
-    const ZpdRead r = Read(path, "ALGO");
-    EXPECT_DOUBLE_EQ(r.zpd[0], 2222.2);
-    EXPECT_DOUBLE_EQ(r.zpd[1], 2333.3);
-    EXPECT_EQ(r.zpd[2], kUntouched);
-}
-
-TEST(TropSolutionFile, LineEndingsAndOverlongLines)
-{
-    std::string longLine = " ALGO 20:177:00000 9999.9 " + std::string(2000, 'x') + "\n";
-    std::string content = std::string(kHeader) + longLine + Record("ALGO", 300, 2444.4);
+    const std::string longLine = " ALGO 20:177:00000 9999.9 " + std::string(2000, 'x') + "\n";
+    const std::string content =
+        std::string(kHeader) + shortRecord + comment + longLine + Record("ALGO", 600, 2333.3) + kTrailer;
     std::string crlf;
     for (char ch : content) {
         if (ch == '\n')
             crlf += '\r';
         crlf += ch;
     }
-    const ZpdRead r = Read(WriteTempFile("crlf.tro", crlf + kTrailer), "ALGO");
-    EXPECT_DOUBLE_EQ(r.zpd[0], 9999.9);
-    EXPECT_DOUBLE_EQ(r.zpd[1], 2444.4);
-    EXPECT_EQ(r.zpd[2], kUntouched);
+    for (const auto& [name, text] : {std::pair{"mixed.tro", content}, {"crlf.tro", crlf}}) {
+        const ZpdRead r = Read(WriteTempFile(name, text), "ALGO");
+        EXPECT_DOUBLE_EQ(r.zpd[0], 2222.2) << name;
+        EXPECT_DOUBLE_EQ(r.zpd[1], 9999.9) << name;
+        EXPECT_DOUBLE_EQ(r.zpd[2], 2333.3) << name;
+        EXPECT_EQ(r.zpd[3], kUntouched) << name;
+    }
 }
 
 TEST(TropSolutionFile, MissingFileBlockOrSite)
