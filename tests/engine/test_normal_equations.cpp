@@ -166,17 +166,14 @@ TEST(NormalEquationBuilders, FlagOtherThanMinusOneRefusesAndWritesNothing)
 
 // ------------------------------------------------------------ satellite lists
 
-// A matrix from its rows.
-Matrix Rows(std::initializer_list<std::initializer_list<double>> rows)
+// One-row matrices stacked into one.
+Matrix Rows(std::initializer_list<Matrix> rows)
 {
-    Matrix m(static_cast<unsigned>(rows.size()), static_cast<unsigned>(rows.begin()->size()));
-    unsigned r = 0;
-    for (const auto& row : rows) {
-        unsigned c = 0;
-        for (double v : row)
-            m(r, c++) = v;
-        ++r;
-    }
+    Matrix m(static_cast<unsigned>(rows.size()), rows.begin()->ColNo());
+    const Matrix* row = rows.begin();
+    for (unsigned i = 0; i < m.RowNo(); ++i, ++row)
+        for (unsigned j = 0; j < m.ColNo(); ++j)
+            m(i, j) = (*row)(0, j);
     return m;
 }
 
@@ -199,13 +196,13 @@ TEST(SatelliteLists, ExchangeSortIsDescendingAndKeepsEqualElevationsInOrder)
 
 TEST(SatelliteLists, MatrixSortsRoundTheIndexesAndCarryTheValueRow)
 {
-    Matrix list = Rows({{5.0000001, 7.0, 9.4}, {0.2, 0.8, 0.5}, {1.0, 2.0, 3.0}});
+    Matrix list = Rows({RowOf({5.0000001, 7.0, 9.4}), RowOf({0.2, 0.8, 0.5}), RowOf({1.0, 2.0, 3.0})});
     ASSERT_EQ(SortMatrixByElev(list), 1);
-    EXPECT_EQ(MaxAbsDiff(list, Rows({{7, 9, 5}, {0.8, 0.5, 0.2}, {2, 3, 1}})), 0.0);
+    EXPECT_EQ(MaxAbsDiff(list, Rows({RowOf({7, 9, 5}), RowOf({0.8, 0.5, 0.2}), RowOf({2, 3, 1})})), 0.0);
 
-    Matrix two = Rows({{7, 9, 5}, {0.1, 0.5, 0.2}});
+    Matrix two = Rows({RowOf({7, 9, 5}), RowOf({0.1, 0.5, 0.2})});
     ASSERT_EQ(SortMatrixByElev2(two), 1);
-    EXPECT_EQ(MaxAbsDiff(two, Rows({{9, 5, 7}, {0.5, 0.2, 0.1}})), 0.0);
+    EXPECT_EQ(MaxAbsDiff(two, Rows({RowOf({9, 5, 7}), RowOf({0.5, 0.2, 0.1})})), 0.0);
     Matrix one = RowOf({3.0, 4.0});
     EXPECT_EQ(SortMatrixByElev2(one), 0);
 
@@ -240,10 +237,10 @@ TEST(SatelliteLists, LookupsAndCommonSatellites)
     EXPECT_EQ(GetIndexInMatrixCol(Matrix(1, 0), 4.0), -1);
 
     // Common satellites follow the second list and carry the value row of the first.
-    const Matrix listA = Rows({{5, 8, 12}, {0.5, 0.8, 0.12}}), listB = RowOf({12, 6, 5});
+    const Matrix listA = Rows({RowOf({5, 8, 12}), RowOf({0.5, 0.8, 0.12})}), listB = RowOf({12, 6, 5});
     Matrix out;
     ASSERT_EQ(GenMatrixSatsCmn(out, listA, listB), 1);
-    EXPECT_EQ(MaxAbsDiff(out, Rows({{12, 5}, {0.12, 0.5}, {0, 0}})), 0.0);
+    EXPECT_EQ(MaxAbsDiff(out, Rows({RowOf({12, 5}), RowOf({0.12, 0.5}), RowOf({0, 0})})), 0.0);
     ASSERT_EQ(GenMatrixSatsCmn(out, Block(listA, 0, 1, 0, 3), listB), 1);
     EXPECT_EQ(MaxAbsDiff(out, RowOf({12, 5})), 0.0);
     EXPECT_EQ(GenMatrixSatsCmn(out, Matrix(3, 3), listB), 0);

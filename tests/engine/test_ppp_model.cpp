@@ -154,7 +154,7 @@ TEST(PPPModel, ColumnsFollowTheDynamicsAndTheSystems)
     }
 }
 
-// A GPS epoch whose satellites sit at chosen elevations (degrees) due north
+// A GPS epoch whose satellites sit at chosen elevations (degrees) around
 // of the receiver, 20000 km away.
 struct GeometryEpoch {
     explicit GeometryEpoch(std::initializer_list<double> elevations)
@@ -167,14 +167,9 @@ struct GeometryEpoch {
         apriori->dPos[0] = rec.x;
         apriori->dPos[1] = rec.y;
         apriori->dPos[2] = rec.z;
-        CGNSSCoordConvert cc;
         int prn = 1;
         for (double e : elevations) {
-            const double el = e * _PI / 180.0, az = 0.4 * prn;
-            tagCRDTOPOCENTRIC neu{2e7 * std::cos(el) * std::cos(az), 2e7 * std::cos(el) * std::sin(az),
-                                  2e7 * std::sin(el)};
-            tagCRDCARTESIAN sat;
-            cc.TopocentricToCartesian(&neu, &sat, &rec, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
+            const tagCRDCARTESIAN sat = enginetest::PointSeenFrom(rec, e, 0.4 * prn);
             tagSP3ONESAT& o = orb->sat[prn - 1];
             o.dPos[0] = sat.x;
             o.dPos[1] = sat.y;

@@ -40,10 +40,7 @@ struct SlipRig {
     // Puts a satellite 20000 km away at the given elevation above ESBC.
     void Place(int prn, double elevDeg)
     {
-        const double e = elevDeg * _PI / 180.0, az = prn * 0.3;
-        tagCRDTOPOCENTRIC neu{2e7 * std::cos(e) * std::cos(az), 2e7 * std::cos(e) * std::sin(az), 2e7 * std::sin(e)};
-        tagCRDCARTESIAN ref = kEsbc, sat;
-        CGNSSCoordConvert().TopocentricToCartesian(&neu, &sat, &ref, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
+        const tagCRDCARTESIAN sat = PointSeenFrom(kEsbc, elevDeg, prn * 0.3);
         orbits.sat[prn - 1].dPos[0] = sat.x;
         orbits.sat[prn - 1].dPos[1] = sat.y;
         orbits.sat[prn - 1].dPos[2] = sat.z;

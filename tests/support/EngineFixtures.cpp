@@ -150,6 +150,16 @@ double ElevationDeg(const tagGMSP3REC& orb, int iprn, const tagCRDCARTESIAN& rec
     return polar.elevation * 180.0 / kPi;
 }
 
+tagCRDCARTESIAN PointSeenFrom(const tagCRDCARTESIAN& rec, double elevDeg, double azimuth, double range)
+{
+    const double e = elevDeg * kPi / 180.0;
+    tagCRDTOPOCENTRIC neu{range * std::cos(e) * std::cos(azimuth), range * std::cos(e) * std::sin(azimuth),
+                          range * std::sin(e)};
+    tagCRDCARTESIAN ref = rec, point;
+    CGNSSCoordConvert().TopocentricToCartesian(&neu, &point, &ref, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
+    return point;
+}
+
 void BuildEpoch(const Scenario& sc, tagGPSOBSONEEPO* epo)
 {
     std::memset(epo, 0, sizeof(*epo));

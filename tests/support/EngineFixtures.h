@@ -25,6 +25,9 @@ const tagGMSP3REC& Orbits();
 // Elevation (degrees) of a satellite seen from rec.
 double ElevationDeg(const tagGMSP3REC& orb, int iprn, const tagCRDCARTESIAN& rec);
 
+// A point `range` metres from rec at an elevation (degrees) and azimuth (radians).
+tagCRDCARTESIAN PointSeenFrom(const tagCRDCARTESIAN& rec, double elevDeg, double azimuth, double range = 2e7);
+
 // How a synthetic epoch is observed.
 struct Scenario {
     tagCRDCARTESIAN rec = kEsbc;
