@@ -7,8 +7,6 @@
 #include <sstream>
 #include <stdexcept>
 
-#include <stdlib.h>
-
 #include "common/GNSSConst.h"
 
 namespace enginetest {
@@ -219,31 +217,6 @@ Engine::Engine(std::vector<char> systems)
     std::strcpy(site.name, "ESBC");
     site.crd = kEsbc;
     spp = std::make_unique<CGNSSSPP>(systems, &site, &conf);
-}
-
-TempFile::TempFile()
-{
-    char name[] = "/tmp/ppplib_engine_XXXXXX";
-    const int fd = mkstemp(name);
-    m_fp = fd >= 0 ? fdopen(fd, "w+b") : nullptr;
-    if (!m_fp)
-        throw std::runtime_error("cannot create a temporary file");
-    m_path = name;
-}
-
-TempFile::~TempFile()
-{
-    std::fclose(m_fp);
-    std::remove(m_path.c_str());
-}
-
-std::string TempFile::Text() const
-{
-    // Read through a second stream: what the writer did not flush is not seen.
-    std::ifstream in(m_path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
 }
 
 }  // namespace enginetest

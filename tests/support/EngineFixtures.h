@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "engine/GNSSSPP.h"
+#include "support/ScratchFiles.h"
 
 namespace enginetest {
 
@@ -54,22 +55,6 @@ struct Engine {
     t_conf conf{};
     tagSITE site{};
     std::unique_ptr<CGNSSSPP> spp;
-};
-
-// A temporary file for a writer; Text() reads what reached the file, so
-// output the writer did not flush is missing.
-class TempFile {
-public:
-    TempFile();
-    ~TempFile();
-    TempFile(const TempFile&) = delete;
-    TempFile& operator=(const TempFile&) = delete;
-    FILE* fp() const { return m_fp; }
-    std::string Text() const;
-
-private:
-    FILE* m_fp;
-    std::string m_path;
 };
 
 }  // namespace enginetest

@@ -1,36 +1,18 @@
 // A host application of the library facade with one site: the configuration
 // and site records, the epoch it hands over, the orbits, the solution record
-// and the smoothing store; and a scratch directory for result files.
+// and the smoothing store.
 #ifndef PPPLIB_TESTS_SUPPORT_FACADEHOST_H
 #define PPPLIB_TESTS_SUPPORT_FACADEHOST_H
 
 #include <memory>
-#include <string>
 #include <vector>
 
 #include "engine/GNSSSPP.h"
 #include "lib/Process.h"
 #include "lib/ppplib.h"
+#include "support/ScratchFiles.h"
 
 namespace enginetest {
-
-// A scratch directory, removed with everything below it at destruction.
-class TempDir {
-public:
-    TempDir();
-    ~TempDir();
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
-    const std::string& path() const { return m_path; }
-    std::string operator/(const std::string& name) const { return m_path + "/" + name; }
-
-private:
-    std::string m_path;
-};
-
-std::string ReadFile(const std::string& path);
-// Names in a directory, sorted; empty when it does not exist.
-std::vector<std::string> ListDir(const std::string& path);
 
 // Configure conf and site, then Start() builds the facade; Run() hands the
 // epoch over and keeps the smoothing store for the next call.
