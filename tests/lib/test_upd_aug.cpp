@@ -42,6 +42,8 @@ t_aug_entry Aug(int week, double sow)
     return e;
 }
 
+// The UPD tables' column of a satellite: the values and counts, or the
+// markers of an unusable entry.
 void ExpectUpdColumn(t_Process& p, int column, bool usable, double wl, double nl)
 {
     SCOPED_TRACE("column " + std::to_string(column));
@@ -53,43 +55,40 @@ void ExpectUpdColumn(t_Process& p, int column, bool usable, double wl, double nl
 
 TEST(UpdIntake, AgeAndValueChecks)
 {
-    Host host;
-    host.Start();
-    auto upd = std::make_unique<t_upd>();
     const double nan = std::numeric_limits<double>::quiet_NaN();
-    upd->sat[0] = Upd(2111, kNow.sow - 899.9, 0.25, -0.125);
-    upd->sat[1] = Upd(2111, kNow.sow - 900.0, 0.25, -0.125);
-    upd->sat[2] = Upd(2111, kNow.sow, 999.0, -0.125);
-    upd->sat[3] = Upd(2111, kNow.sow, 0.25, 999.0);
-    upd->sat[4] = Upd(2111, kNow.sow, nan, -0.125);
-    upd->sat[5] = Upd(2111, kNow.sow, 0.25, nan);
-    upd->sat[6] = Upd(2111, kNow.sow + 3600.0, 0.25, -0.125);        // from the future
-    upd->sat[7] = Upd(2110, kNow.sow + 604800.0 - 899.9, 0.25, -0.125);   // across the week change
-    upd->sat[8] = Upd(2110, kNow.sow + 604800.0 - 900.0, 0.25, -0.125);
-    upd->sat[9] = Upd(2111, kNow.sow, 998.99, -998.5);
-    upd->sat[10] = Upd(2111, kNow.sow, 0.25, -0.125);
-    upd->sat[10].valid = 2;
-    upd->sat[12] = Upd(std::numeric_limits<int32_t>::min(), kNow.sow, 0.25, -0.125);   // millions of weeks old
-    upd->sat[13] = Upd(std::numeric_limits<int32_t>::max(), kNow.sow, 0.25, -0.125);   // from the far future
+    const int32_t oldest = std::numeric_limits<int32_t>::min(), latest = std::numeric_limits<int32_t>::max();
+    const struct {
+        int32_t week;
+        double sow, wl, nl;
+        bool usable;
+    } cases[] = {
+        {2111, kNow.sow - 899.9, 0.25, -0.125, true},   {2111, kNow.sow - 900.0, 0.25, -0.125, false},
+        {2111, kNow.sow, 999.0, -0.125, false},         {2111, kNow.sow, 0.25, 999.0, false},
+        {2111, kNow.sow, nan, -0.125, false},           {2111, kNow.sow, 0.25, nan, false},
+        {2111, kNow.sow + 3600.0, 0.25, -0.125, true},  // from the future
+        {2110, kNow.sow + 604800.0 - 899.9, 0.25, -0.125, true},   // across the week change
+        {2110, kNow.sow + 604800.0 - 900.0, 0.25, -0.125, false},
+        {2111, kNow.sow, 998.99, -998.5, true},
+        {oldest, kNow.sow, 0.25, -0.125, false},          // millions of weeks old
+        {latest, kNow.sow, 0.25, -0.125, true},           // from the far future
+    };
+    const int n = sizeof(cases) / sizeof(cases[0]);
+    auto upd = std::make_unique<t_upd>();
+    for (int i = 0; i < n; ++i)
+        upd->sat[i] = Upd(cases[i].week, cases[i].sow, cases[i].wl, cases[i].nl);
+    upd->sat[n] = Upd(2111, kNow.sow, 0.25, -0.125);
+    upd->sat[n].valid = 2;   // only 1 marks a valid entry
     upd->sat[123] = Upd(2111, kNow.sow - 1.0, 0.5, 0.75);
 
+    Host host;
+    host.Start();
     tagGPSTIME2 now = kNow;
     t_Process& p = host.process();
     EXPECT_TRUE(p.ConvetUPD2Matrix(upd.get(), &now));
-    ExpectUpdColumn(p, 0, true, 0.25, -0.125);
-    ExpectUpdColumn(p, 1, false, 0, 0);
-    ExpectUpdColumn(p, 2, false, 0, 0);
-    ExpectUpdColumn(p, 3, false, 0, 0);
-    ExpectUpdColumn(p, 4, false, 0, 0);
-    ExpectUpdColumn(p, 5, false, 0, 0);
-    ExpectUpdColumn(p, 6, true, 0.25, -0.125);
-    ExpectUpdColumn(p, 7, true, 0.25, -0.125);
-    ExpectUpdColumn(p, 8, false, 0, 0);
-    ExpectUpdColumn(p, 9, true, 998.99, -998.5);
-    ExpectUpdColumn(p, 10, false, 0, 0);
-    ExpectUpdColumn(p, 11, false, 0, 0);
-    ExpectUpdColumn(p, 12, false, 0, 0);
-    ExpectUpdColumn(p, 13, true, 0.25, -0.125);
+    for (int i = 0; i < n; ++i)
+        ExpectUpdColumn(p, i, cases[i].usable, cases[i].wl, cases[i].nl);
+    ExpectUpdColumn(p, n, false, 0, 0);
+    ExpectUpdColumn(p, n + 1, false, 0, 0);
     ExpectUpdColumn(p, 123, true, 0.5, 0.75);
 
     // The tables are rebuilt completely: nothing of the previous record survives.
