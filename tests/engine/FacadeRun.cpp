@@ -2,98 +2,57 @@
 
 #include <cmath>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-#include <stdexcept>
 
-#include <stdlib.h>
-
-#include "engine/GNSSSPP.h"
-#include "lib/Process.h"
-#include "lib/ppplib.h"
+#include "engine/ProcInfoSite.h"
 
 namespace pppsim {
 
-FacadeRun::FacadeRun(Simulator& sim, const RunOptions& options)
-    : m_sim(sim), m_epoch(std::make_unique<tagGPSOBSONEEPO>()), m_orbits(std::make_unique<tagGMSP3REC>()),
-      m_result(std::make_unique<tagSPPONERESULT>())
+FacadeRun::FacadeRun(Simulator& sim, const RunOptions& options) : m_sim(sim)
 {
-    m_conf.ppp_enable = 1;
-    m_conf.mode = 2;
-    m_conf.pos_mode = options.posMode;
-    m_conf.pppos_value = options.processNoise;
-    m_conf.elev_mask = options.elevMaskDeg;
-    m_conf.interval = 30.0;
-    std::strcpy(m_conf.site_name, "SIMU");
+    t_conf& conf = m_host.conf;
+    conf.ppp_enable = 1;
+    conf.mode = 2;
+    conf.pos_mode = options.posMode;
+    conf.pppos_value = options.processNoise;
+    conf.elev_mask = options.elevMaskDeg;
+    conf.interval = 30.0;
+    std::strcpy(conf.site_name, "SIMU");
     if (options.logs) {
-        char dir[] = "/tmp/ppplib_ppp_XXXXXX";
-        if (!mkdtemp(dir))
-            throw std::runtime_error("cannot create a temporary directory");
-        m_dir = dir;
-        std::strcpy(m_conf.res_dir, dir);
-        m_conf.out_debug = 1;
+        m_dir = std::make_unique<enginetest::TempDir>();
+        std::strcpy(conf.res_dir, m_dir->path().c_str());
+        conf.out_debug = 1;
     }
-    std::strcpy(m_site.name, "SIMU");
-    m_site.crd = options.apriori;
-    m_lib = std::make_unique<t_ppplib>(std::vector<char>{'G', 'E'}, &m_site, &m_conf);
-}
-
-FacadeRun::~FacadeRun()
-{
-    m_lib.reset();
-    delete m_smooth;
-    if (!m_dir.empty()) {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_dir, ignored);
-    }
+    std::strcpy(m_host.site.name, "SIMU");
+    m_host.site.crd = options.apriori;
+    m_host.Start({'G', 'E'});
 }
 
 int FacadeRun::Step(double sow, const std::function<void(tagGPSOBSONEEPO&)>& edit)
 {
-    m_sim.Observe(sow, m_epoch.get(), m_orbits.get());
+    m_sim.Observe(sow, m_host.epoch.get(), m_host.orbits.get());
     if (edit)
-        edit(*m_epoch);
-    tagOBSONEEPOONESTA obs{};
-    obs.epoch = m_epoch.get();
-    obs.smooth = m_smooth;
-    obs.result = m_result.get();
-    obs.orbit = m_orbits.get();
-    const int code = m_lib->pppos(&obs, nullptr, nullptr);
-    m_smooth = obs.smooth;
-    return code;
+        edit(*m_host.epoch);
+    return m_host.Run();
 }
 
 double FacadeRun::PositionError() const
 {
     const tagCRDCARTESIAN& truth = m_sim.setup().site;
-    const double d[3] = {m_result->dPos[0] - truth.x, m_result->dPos[1] - truth.y, m_result->dPos[2] - truth.z};
-    return std::sqrt(d[0] * d[0] + d[1] * d[1] + d[2] * d[2]);
-}
-
-PROCINFOSITE& FacadeRun::state()
-{
-    return *m_lib->process()->site_state;
-}
-
-CGNSSSPP& FacadeRun::engine()
-{
-    return *m_lib->process()->spp;
+    const double* pos = m_host.result->dPos;
+    return std::sqrt((pos[0] - truth.x) * (pos[0] - truth.x) + (pos[1] - truth.y) * (pos[1] - truth.y) +
+                     (pos[2] - truth.z) * (pos[2] - truth.z));
 }
 
 std::string FacadeRun::ResultFile(const std::string& extension) const
 {
-    if (m_dir.empty())
+    if (!m_dir)
         return "";
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(m_dir)) {
-        const std::string path = entry.path().string();
-        if (path.size() > extension.size() && path.compare(path.size() - extension.size(), extension.size(), extension) == 0) {
-            std::ifstream in(path, std::ios::binary);
-            std::ostringstream text;
-            text << in.rdbuf();
-            return text.str();
-        }
-    }
+    // The files of the day lie in the one day directory.
+    for (const std::string& day : enginetest::ListDir(m_dir->path()))
+        for (const std::string& name : enginetest::ListDir(*m_dir / day))
+            if (name.size() > extension.size() &&
+                name.compare(name.size() - extension.size(), extension.size(), extension) == 0)
+                return enginetest::ReadFile(*m_dir / (day + "/" + name));
     return "";
 }
 

@@ -1,6 +1,5 @@
 // A host that feeds simulated epochs through the library facade in the float
-// PPP mode, with its result files in a temporary directory that is removed
-// at the end.
+// PPP mode, with its result files in a scratch directory.
 #ifndef PPPLIB_TESTS_ENGINE_FACADERUN_H
 #define PPPLIB_TESTS_ENGINE_FACADERUN_H
 
@@ -9,12 +8,7 @@
 #include <string>
 
 #include "PPPSimulation.h"
-#include "engine/GNSSResult.h"
-#include "lib/PPPRecords.h"
-
-class t_ppplib;
-class CGNSSSPP;
-struct PROCINFOSITE;
+#include "support/FacadeHost.h"
 
 namespace pppsim {
 
@@ -29,9 +23,6 @@ struct RunOptions {
 class FacadeRun {
 public:
     FacadeRun(Simulator& sim, const RunOptions& options);
-    ~FacadeRun();
-    FacadeRun(const FacadeRun&) = delete;
-    FacadeRun& operator=(const FacadeRun&) = delete;
 
     // Observes the epoch, lets the caller change the observations, and runs
     // it through the facade; returns the facade's result code.
@@ -40,23 +31,16 @@ public:
     // Distance of the last solution from the simulated truth (m).
     double PositionError() const;
 
-    const tagSPPONERESULT& result() const { return *m_result; }
-    const tagGPSOBSONEEPO& epoch() const { return *m_epoch; }
-    PROCINFOSITE& state();
-    CGNSSSPP& engine();
+    const tagSPPONERESULT& result() const { return *m_host.result; }
+    PROCINFOSITE& state() { return *m_host.process().site_state; }
+    CGNSSSPP& engine() { return m_host.engine(); }
     // Text of the result file with this extension (".outlier", ".tmp", ...), empty if absent.
     std::string ResultFile(const std::string& extension) const;
 
 private:
     Simulator& m_sim;
-    t_conf m_conf{};
-    tagSITE m_site{};
-    std::string m_dir;
-    std::unique_ptr<tagGPSOBSONEEPO> m_epoch;
-    std::unique_ptr<tagGMSP3REC> m_orbits;
-    std::unique_ptr<tagSPPONERESULT> m_result;
-    tagGPSOBSSMOOTH* m_smooth = nullptr;
-    std::unique_ptr<t_ppplib> m_lib;
+    std::unique_ptr<enginetest::TempDir> m_dir;
+    enginetest::FacadeHost m_host;
 };
 
 }  // namespace pppsim

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <string>
 
 #include "support/EngineFixtures.h"
 #include "common/GNSSConst.h"
@@ -102,39 +103,42 @@ TEST(ObservationCombinations, UnknownSystemStopsAtThatSatellite)
     EXPECT_EQ(engine.spp->m_f1[6], 0.0);
 }
 
-double CorrectedP1(int prn, double elevDeg, double* p2 = nullptr)
+// Code corrections (P1, P2) of one BeiDou satellite at an elevation (degrees).
+void CorrectedCodes(int prn, double elevDeg, double* p1, double* p2)
 {
     auto epo = std::make_unique<tagGPSOBSONEEPO>();
     epo->nSatNum = 1;
     epo->sat[0] = Satellite('C', prn, prn + 89, 100.0, 200.0, 0.0, 0.0);
     epo->sat[0].dElev = elevDeg * 3.141592653589793 / 180.0;
     EXPECT_EQ(BDSmultipathCorr(epo.get()), 1);
-    if (p2)
-        *p2 = epo->sat[0].dP2 - 200.0;
-    return epo->sat[0].dP1 - 100.0;
+    *p1 = epo->sat[0].dP1 - 100.0;
+    *p2 = epo->sat[0].dP2 - 200.0;
 }
 
-TEST(BeiDouMultipath, SatelliteClassesAndInterpolation)
+TEST(BeiDouMultipath, SatelliteClassesInterpolationAndLimits)
 {
-    double p2;
-    // C16 is a medium-orbit satellite: 45 degrees lies halfway between nodes 40 and 50.
-    EXPECT_NEAR(CorrectedP1(16, 45.0, &p2), (-0.11 + 0.06) / 2.0, 1e-9);
-    EXPECT_NEAR(p2, (-0.06 + 0.09) / 2.0, 1e-9);
-    // C13 and C15 use the inclined-orbit table.
-    EXPECT_NEAR(CorrectedP1(13, 45.0, &p2), (-0.15 - 0.04) / 2.0, 1e-9);
-    EXPECT_NEAR(p2, (-0.14 - 0.03) / 2.0, 1e-9);
-    EXPECT_NEAR(CorrectedP1(15, 23.0, &p2), -0.34 * 0.7 - 0.23 * 0.3, 1e-9);
-    EXPECT_NEAR(p2, -0.33 * 0.7 - 0.19 * 0.3, 1e-9);
-    EXPECT_NEAR(CorrectedP1(6, 5.0), (-0.55 - 0.40) / 2.0, 1e-9);
-    EXPECT_NEAR(CorrectedP1(11, 5.0), (-0.47 - 0.38) / 2.0, 1e-9);
-    // 95 degrees and above use the 90-degree node.
-    EXPECT_NEAR(CorrectedP1(16, 95.0, &p2), 1.05, 1e-12);
-    EXPECT_NEAR(p2, 0.69, 1e-12);
-    // Geostationary satellites and low elevations stay uncorrected.
-    EXPECT_EQ(CorrectedP1(5, 45.0), 0.0);
-    EXPECT_EQ(CorrectedP1(1, 45.0), 0.0);
-    EXPECT_EQ(CorrectedP1(16, 0.99), 0.0);
-    EXPECT_NEAR(CorrectedP1(16, 1.0), -0.47 * 0.9 - 0.38 * 0.1, 1e-9);
+    const struct {
+        int prn;
+        double elevDeg, p1, p2;
+    } cases[] = {
+        {16, 45.0, (-0.11 + 0.06) / 2.0, (-0.06 + 0.09) / 2.0},   // medium orbit, halfway between nodes
+        {13, 45.0, (-0.15 - 0.04) / 2.0, (-0.14 - 0.03) / 2.0},   // C13 and C15 are inclined orbits
+        {15, 23.0, -0.34 * 0.7 - 0.23 * 0.3, -0.33 * 0.7 - 0.19 * 0.3},
+        {6, 5.0, (-0.55 - 0.40) / 2.0, (-0.71 - 0.36) / 2.0},
+        {11, 5.0, (-0.47 - 0.38) / 2.0, (-0.40 - 0.31) / 2.0},
+        {16, 95.0, 1.05, 0.69},                                   // 90 degrees and above: the last node
+        {16, 1.0, -0.47 * 0.9 - 0.38 * 0.1, -0.40 * 0.9 - 0.31 * 0.1},
+        {16, 0.99, 0.0, 0.0},                                     // below one degree: uncorrected
+        {5, 45.0, 0.0, 0.0},                                      // geostationary: uncorrected
+        {1, 45.0, 0.0, 0.0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE("C" + std::to_string(c.prn) + " at " + std::to_string(c.elevDeg));
+        double p1, p2;
+        CorrectedCodes(c.prn, c.elevDeg, &p1, &p2);
+        EXPECT_NEAR(p1, c.p1, 1e-9);
+        EXPECT_NEAR(p2, c.p2, 1e-9);
+    }
 }
 
 TEST(BeiDouMultipath, OtherSystemsAndUnknownElevationsAreLeftAlone)

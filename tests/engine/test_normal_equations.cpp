@@ -72,33 +72,35 @@ Stacked Stack(const Matrix& common, const Problem& p)
     return s;
 }
 
-TEST(NormalEquationBuilders, SingleGroupEqualsTheStackedCodeAndPhaseSystem)
+TEST(NormalEquationBuilders, BlocksAreCutsOfTheStackedCodeAndPhaseSystem)
 {
-    for (uint32_t seed : {1u, 2u, 3u}) {
-        const Problem p = MakeProblem(7, seed);
-        const Matrix A = SideBySide(p.A1, p.A2);
-        const Stacked s = Stack(A, p);
-        Matrix N, U;
-        ASSERT_EQ(GetXTPY(N, U, A, -1, p.P, p.L), 1);
-        EXPECT_LT(MaxAbsDiff(N, ~s.A * s.W * s.A), 1e-12);
-        EXPECT_LT(MaxAbsDiff(U, ~s.A * s.W * s.l), 1e-12);
-    }
-}
+    for (uint32_t seed : {1u, 2u, 11u}) {
+        SCOPED_TRACE(seed);
+        const Problem p = MakeProblem(8, seed);
+        const Stacked s = Stack(SideBySide(p.A1, p.A2), p);
+        const Matrix N = ~s.A * s.W * s.A, U = ~s.A * s.W * s.l;
+        Matrix single[2], blocks[5];
+        ASSERT_EQ(GetXTPY(single[0], single[1], SideBySide(p.A1, p.A2), -1, p.P, p.L), 1);
+        EXPECT_LT(MaxAbsDiff(single[0], N), 1e-12);
+        EXPECT_LT(MaxAbsDiff(single[1], U), 1e-12);
 
-TEST(NormalEquationBuilders, TwoGroupBlocksAreCutsOfTheSingleGroupSystem)
-{
-    const Problem p = MakeProblem(8, 11);
-    const Matrix A = SideBySide(p.A1, p.A2);
-    const Stacked s = Stack(A, p);
-    const Matrix N = ~s.A * s.W * s.A, U = ~s.A * s.W * s.l;
-    Matrix N11, N22, N12, U1, U2;
-    ASSERT_EQ(GetXTPY(N11, N22, N12, U1, U2, p.A1, p.A2, -1, p.P, p.L), 1);
-    const unsigned nA = 4, rest = 2 + 8;
-    EXPECT_LT(MaxAbsDiff(N11, Block(N, 0, nA, 0, nA)), 1e-12);
-    EXPECT_LT(MaxAbsDiff(N12, Block(N, 0, nA, nA, rest)), 1e-12);
-    EXPECT_LT(MaxAbsDiff(N22, Block(N, nA, rest, nA, rest)), 1e-12);
-    EXPECT_LT(MaxAbsDiff(U1, Block(U, 0, nA, 0, 1)), 1e-12);
-    EXPECT_LT(MaxAbsDiff(U2, Block(U, nA, rest, 0, 1)), 1e-12);
+        ASSERT_EQ(GetXTPY(blocks[0], blocks[1], blocks[2], blocks[3], blocks[4], p.A1, p.A2, -1, p.P, p.L), 1);
+        const unsigned nA = 4, rest = 2 + 8;
+        EXPECT_LT(MaxAbsDiff(blocks[0], Block(N, 0, nA, 0, nA)), 1e-12);
+        EXPECT_LT(MaxAbsDiff(blocks[1], Block(N, nA, rest, nA, rest)), 1e-12);
+        EXPECT_LT(MaxAbsDiff(blocks[2], Block(N, 0, nA, nA, rest)), 1e-12);
+        EXPECT_LT(MaxAbsDiff(blocks[3], Block(U, 0, nA, 0, 1)), 1e-12);
+        EXPECT_LT(MaxAbsDiff(blocks[4], Block(U, nA, rest, 0, 1)), 1e-12);
+
+        // The blocked variant splits N11 into its code and phase parts.
+        Matrix blocked[7];
+        ASSERT_EQ(GetXTPY_Blocked(blocked[0], blocked[1], blocked[2], blocked[3], blocked[4], blocked[5], blocked[6],
+                                  p.A1, p.A2, -1, p.P, p.L),
+                  1);
+        for (int k = 0; k < 5; ++k)
+            EXPECT_LT(MaxAbsDiff(blocked[k], blocks[k]), 1e-12) << "output " << k;
+        EXPECT_LT(MaxAbsDiff(blocked[5] + blocked[6], blocks[0]), 1e-12);
+    }
 }
 
 TEST(NormalEquationBuilders, EliminatingGroupOneKeepsTheSolutionOfTheRest)
@@ -106,9 +108,8 @@ TEST(NormalEquationBuilders, EliminatingGroupOneKeepsTheSolutionOfTheRest)
     // The reduced system N22 - N12' N11^-1 N12 is the Schur complement of the
     // full system: it yields the same group-2 and ambiguity estimates.
     const Problem p = MakeProblem(9, 5);
-    const Matrix A = SideBySide(p.A1, p.A2);
     Matrix N, U;
-    ASSERT_EQ(GetXTPY(N, U, A, -1, p.P, p.L), 1);
+    ASSERT_EQ(GetXTPY(N, U, SideBySide(p.A1, p.A2), -1, p.P, p.L), 1);
     const Matrix full = !N * U;
 
     Matrix N11, N22, N12, U1, U2;
@@ -131,29 +132,13 @@ TEST(NormalEquationBuilders, SingleWeightRowGivesCodeOneTenThousandthOfPhase)
     ASSERT_EQ(GetXTPY(b[0], b[1], b[2], b[3], b[4], p.A1, p.A2, -1, p.P, p.L), 1);
     for (int k = 0; k < 5; ++k)
         EXPECT_LT(MaxAbsDiff(a[k], b[k]), 1e-12) << "output " << k;
-}
 
-TEST(NormalEquationBuilders, BlockedVariantAddsTheCodeAndPhaseParts)
-{
-    const Problem p = MakeProblem(6, 31);
-    Matrix N11, N22, N12, U1, U2, code, phase, ref[5];
-    ASSERT_EQ(GetXTPY_Blocked(N11, N22, N12, U1, U2, code, phase, p.A1, p.A2, -1, p.P, p.L), 1);
-    ASSERT_EQ(GetXTPY(ref[0], ref[1], ref[2], ref[3], ref[4], p.A1, p.A2, -1, p.P, p.L), 1);
-    EXPECT_LT(MaxAbsDiff(N11, ref[0]), 1e-12);
-    EXPECT_LT(MaxAbsDiff(N22, ref[1]), 1e-12);
-    EXPECT_LT(MaxAbsDiff(code + phase, N11), 1e-12);
-}
-
-TEST(NormalEquationBuilders, GetATPAIsTheWeightedProduct)
-{
-    Random r(41);
-    const Matrix A = r.Fill(7, 3, -2.0, 2.0), P = r.Fill(1, 7, 0.1, 3.0);
-    Matrix W(7, 7);
-    for (int i = 0; i < 7; ++i)
-        W(i, i) = P(0, i);
-    Matrix N;
-    ASSERT_EQ(GetATPA(N, A, P), 1);
-    EXPECT_LT(MaxAbsDiff(N, ~A * W * A), 1e-12);
+    // The plain weighted product A' P A.
+    Matrix W(6, 6), NA;
+    for (int i = 0; i < 6; ++i)
+        W(i, i) = p.P[0](0, i);
+    ASSERT_EQ(GetATPA(NA, p.A1, p.P[0]), 1);
+    EXPECT_LT(MaxAbsDiff(NA, ~p.A1 * W * p.A1), 1e-12);
 }
 
 TEST(NormalEquationBuilders, FlagOtherThanMinusOneRefusesAndWritesNothing)
@@ -181,6 +166,17 @@ TEST(NormalEquationBuilders, FlagOtherThanMinusOneRefusesAndWritesNothing)
 
 // ------------------------------------------------------------ satellite lists
 
+// One-row matrices stacked into one.
+Matrix Rows(std::initializer_list<Matrix> rows)
+{
+    Matrix m(static_cast<unsigned>(rows.size()), rows.begin()->ColNo());
+    const Matrix* row = rows.begin();
+    for (unsigned i = 0; i < m.RowNo(); ++i, ++row)
+        for (unsigned j = 0; j < m.ColNo(); ++j)
+            m(i, j) = (*row)(0, j);
+    return m;
+}
+
 TEST(SatelliteLists, ExchangeSortIsDescendingAndKeepsEqualElevationsInOrder)
 {
     int prn[6] = {1, 2, 3, 4, 5, 6};
@@ -195,37 +191,23 @@ TEST(SatelliteLists, ExchangeSortIsDescendingAndKeepsEqualElevationsInOrder)
         EXPECT_EQ(other[i], prnWant[i] * 10.0) << i;
     }
     EXPECT_EQ(SortSatsByElev(nullptr, elev, other, 6), 0);
-    EXPECT_EQ(SortSatsByElev(prn, elev, nullptr, 6), 0);
     EXPECT_EQ(SortSatsByElev(prn, nullptr, 6), 0);
 }
 
 TEST(SatelliteLists, MatrixSortsRoundTheIndexesAndCarryTheValueRow)
 {
-    Matrix list(3, 3);
-    const double rows[3][3] = {{5.0000001, 7.0, 9.4}, {0.2, 0.8, 0.5}, {1.0, 2.0, 3.0}};
-    for (int r = 0; r < 3; ++r)
-        for (int c = 0; c < 3; ++c)
-            list(r, c) = rows[r][c];
+    Matrix list = Rows({RowOf({5.0000001, 7.0, 9.4}), RowOf({0.2, 0.8, 0.5}), RowOf({1.0, 2.0, 3.0})});
     ASSERT_EQ(SortMatrixByElev(list), 1);
-    EXPECT_EQ(list(0, 0), 7.0);
-    EXPECT_EQ(list(0, 1), 9.0);
-    EXPECT_EQ(list(0, 2), 5.0);
-    EXPECT_EQ(list(2, 0), 2.0);
-    EXPECT_EQ(list(2, 2), 1.0);
+    EXPECT_EQ(MaxAbsDiff(list, Rows({RowOf({7, 9, 5}), RowOf({0.8, 0.5, 0.2}), RowOf({2, 3, 1})})), 0.0);
 
-    Matrix two = Block(list, 0, 2, 0, 3);
-    two(1, 0) = 0.1;
+    Matrix two = Rows({RowOf({7, 9, 5}), RowOf({0.1, 0.5, 0.2})});
     ASSERT_EQ(SortMatrixByElev2(two), 1);
-    EXPECT_EQ(two(0, 2), 7.0);
-    EXPECT_EQ(two(1, 2), 0.1);
+    EXPECT_EQ(MaxAbsDiff(two, Rows({RowOf({9, 5, 7}), RowOf({0.5, 0.2, 0.1})})), 0.0);
     Matrix one = RowOf({3.0, 4.0});
     EXPECT_EQ(SortMatrixByElev2(one), 0);
-}
 
-TEST(SatelliteLists, SortByEpochElevationsNeedsEverySatelliteInTheEpoch)
-{
+    // By the elevations of the epoch, which must hold every satellite of the list.
     auto epo = std::make_unique<tagGPSOBSONEEPO>();
-    std::memset(epo.get(), 0, sizeof(tagGPSOBSONEEPO));
     const int iprn[3] = {3, 40, 70};
     const double elev[3] = {0.2, 0.9, 0.5};
     for (int i = 0; i < 3; ++i) {
@@ -233,58 +215,39 @@ TEST(SatelliteLists, SortByEpochElevationsNeedsEverySatelliteInTheEpoch)
         epo->sat[i].dElev = elev[i];
     }
     epo->nSatNum = 3;
-    Matrix list = RowOf({3, 70, 40});
-    ASSERT_EQ(SortMatrixByElev(list, epo.get()), 1);
-    EXPECT_EQ(list(0, 0), 40.0);
-    EXPECT_EQ(list(0, 1), 70.0);
-    EXPECT_EQ(list(0, 2), 3.0);
+    Matrix byEpoch = RowOf({3, 70, 40});
+    ASSERT_EQ(SortMatrixByElev(byEpoch, epo.get()), 1);
+    EXPECT_EQ(MaxAbsDiff(byEpoch, RowOf({40, 70, 3})), 0.0);
     Matrix missing = RowOf({3, 12});
     EXPECT_EQ(SortMatrixByElev(missing, epo.get()), 0);
 }
 
-TEST(SatelliteLists, LookupsFindTheFirstMatchOrMinusOne)
+TEST(SatelliteLists, LookupsAndCommonSatellites)
 {
     const Matrix list = RowOf({4, 7.0000001, 9, 7});
-    EXPECT_EQ(GetIndexInMatrixCol(list, 7.0), 3);          // exact equality
-    EXPECT_EQ(GetIndexInMatrixC(7, list), 1);              // rounded
+    EXPECT_EQ(GetIndexInMatrixCol(list, 7.0), 3);   // exact equality
+    EXPECT_EQ(GetIndexInMatrixC(7, list), 1);       // rounded
     EXPECT_EQ(GetIndexInMatrixCol(list, 5.0), -1);
     EXPECT_EQ(GetIndexInMatrixC(5, list), -1);
     EXPECT_EQ(GetIndexInMatrix(~list, 9.0), 2);
     EXPECT_EQ(GetIndexInMatrix(~list, 1.0), -1);
-    const Matrix empty;
-    EXPECT_EQ(GetIndexInMatrixCol(empty, 4.0), -1);
-    EXPECT_EQ(GetIndexInMatrixC(4, empty), -1);
-    EXPECT_EQ(GetIndexInMatrix(empty, 4.0), -1);
+    EXPECT_EQ(GetIndexInMatrixCol(Matrix(), 4.0), -1);
+    EXPECT_EQ(GetIndexInMatrixC(4, Matrix()), -1);
+    EXPECT_EQ(GetIndexInMatrix(Matrix(), 4.0), -1);
     EXPECT_EQ(GetIndexInMatrixCol(Matrix(1, 0), 4.0), -1);
-}
 
-TEST(SatelliteLists, CommonSatellitesFollowTheSecondListAndCarryTheValues)
-{
-    Matrix listA(2, 3);
-    const double a[2][3] = {{5, 8, 12}, {0.5, 0.8, 0.12}};
-    for (int r = 0; r < 2; ++r)
-        for (int c = 0; c < 3; ++c)
-            listA(r, c) = a[r][c];
-    const Matrix listB = RowOf({12, 6, 5});
+    // Common satellites follow the second list and carry the value row of the first.
+    const Matrix listA = Rows({RowOf({5, 8, 12}), RowOf({0.5, 0.8, 0.12})}), listB = RowOf({12, 6, 5});
     Matrix out;
     ASSERT_EQ(GenMatrixSatsCmn(out, listA, listB), 1);
-    ASSERT_EQ(out.RowNo(), 3u);
-    ASSERT_EQ(out.ColNo(), 2u);
-    EXPECT_EQ(out(0, 0), 12.0);
-    EXPECT_EQ(out(1, 0), 0.12);
-    EXPECT_EQ(out(0, 1), 5.0);
-    EXPECT_EQ(out(1, 1), 0.5);
-
+    EXPECT_EQ(MaxAbsDiff(out, Rows({RowOf({12, 5}), RowOf({0.12, 0.5}), RowOf({0, 0})})), 0.0);
     ASSERT_EQ(GenMatrixSatsCmn(out, Block(listA, 0, 1, 0, 3), listB), 1);
-    EXPECT_EQ(out.RowNo(), 1u);
-    EXPECT_EQ(out.ColNo(), 2u);
+    EXPECT_EQ(MaxAbsDiff(out, RowOf({12, 5})), 0.0);
     EXPECT_EQ(GenMatrixSatsCmn(out, Matrix(3, 3), listB), 0);
 
     Matrix index;
     ASSERT_EQ(GenMatrixIndexC(index, listB, listA), 1);
-    EXPECT_EQ(index(0, 0), 2.0);
-    EXPECT_EQ(index(0, 1), -1.0);
-    EXPECT_EQ(index(0, 2), 0.0);
+    EXPECT_EQ(MaxAbsDiff(index, RowOf({2, -1, 0})), 0.0);
 }
 
 // An epoch of satellites with packed indexes, in-use flags and arc states.

@@ -154,7 +154,7 @@ TEST(PPPModel, ColumnsFollowTheDynamicsAndTheSystems)
     }
 }
 
-// A GPS epoch whose satellites sit at chosen elevations (degrees) due north
+// A GPS epoch whose satellites sit at chosen elevations (degrees) around
 // of the receiver, 20000 km away.
 struct GeometryEpoch {
     explicit GeometryEpoch(std::initializer_list<double> elevations)
@@ -167,14 +167,9 @@ struct GeometryEpoch {
         apriori->dPos[0] = rec.x;
         apriori->dPos[1] = rec.y;
         apriori->dPos[2] = rec.z;
-        CGNSSCoordConvert cc;
         int prn = 1;
         for (double e : elevations) {
-            const double el = e * _PI / 180.0, az = 0.4 * prn;
-            tagCRDTOPOCENTRIC neu{2e7 * std::cos(el) * std::cos(az), 2e7 * std::cos(el) * std::sin(az),
-                                  2e7 * std::sin(el)};
-            tagCRDCARTESIAN sat;
-            cc.TopocentricToCartesian(&neu, &sat, &rec, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
+            const tagCRDCARTESIAN sat = enginetest::PointSeenFrom(rec, e, 0.4 * prn);
             tagSP3ONESAT& o = orb->sat[prn - 1];
             o.dPos[0] = sat.x;
             o.dPos[1] = sat.y;
@@ -306,38 +301,40 @@ TEST_F(Prefit, FortyMetreCodeOutlierIsFlaggedAndLogged)
     EXPECT_EQ(log.Text(), std::string(want) + "%18.4 %18.4 \r\n");
 }
 
-TEST_F(Prefit, LastOfSeveralOutliersWins)
+TEST_F(Prefit, NeedsThreeSigmaAndThirtyMetresAndTheLastOutlierWins)
 {
-    Fill(30);
-    epo->sat[4].dOmcPIF = 40.0;
-    epo->sat[20].dOmcPIF = -40.0;
-    EXPECT_EQ(engine.spp->PrefitResiduals(epo.get(), false, false, nullptr), 20);
-}
-
-TEST_F(Prefit, NeedsThreeSigmaAndThirtyMetres)
-{
-    // Ten satellites, nine of them at zero: a single outlier of 40 m sits
-    // exactly at three sigma (mean 4, sigma 12) and passes.
-    Fill(10, 0.0);
-    epo->sat[3].dOmcPIF = 40.0;
+    const struct {
+        int sats;
+        double spread;
+        int at[2];
+        double value[2];
+        int expected;
+    } cases[] = {
+        {30, 0.5, {4, 20}, {40.0, -40.0}, 20},   // several outliers: the last wins
+        {10, 0.0, {3, 3}, {40.0, 40.0}, -1},      // exactly three sigma (mean 4, sigma 12) passes
+        {30, 0.5, {3, 3}, {29.0, 29.0}, -1},      // far beyond three sigma, within 30 m
+    };
     TempFile log;
-    EXPECT_EQ(engine.spp->PrefitResiduals(epo.get(), true, true, log.fp()), -1);
-    EXPECT_EQ(log.Text(), "");
-    // Far beyond three sigma but within 30 m of the mean.
-    Fill(30);
-    epo->sat[3].dOmcPIF = 29.0;
-    EXPECT_EQ(engine.spp->PrefitResiduals(epo.get(), true, true, log.fp()), -1);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.expected);
+        Fill(c.sats, c.spread);
+        for (int k = 0; k < 2; ++k)
+            epo->sat[c.at[k]].dOmcPIF = c.value[k];
+        EXPECT_EQ(engine.spp->PrefitResiduals(epo.get(), true, true, log.fp()), c.expected);
+    }
+    EXPECT_EQ(log.Text().find(" G04 "), std::string::npos);
     // A satellite out of use takes no part.
     Fill(30);
     epo->sat[3].bUsed = 0;
     epo->sat[3].dOmcPIF = 1000.0;
     epo->epoHead.nUsedSat = 29;
-    EXPECT_EQ(engine.spp->PrefitResiduals(epo.get(), true, true, log.fp()), -1);
+    EXPECT_EQ(engine.spp->PrefitResiduals(epo.get(), false, false, nullptr), -1);
     // Logs off: flagged, nothing written.
+    TempFile quiet;
     Fill(12);
     epo->sat[2].dOmcPIF = 40.0;
-    EXPECT_EQ(engine.spp->PrefitResiduals(epo.get(), true, false, log.fp()), 2);
-    EXPECT_EQ(log.Text(), "");
+    EXPECT_EQ(engine.spp->PrefitResiduals(epo.get(), true, false, quiet.fp()), 2);
+    EXPECT_EQ(quiet.Text(), "");
 }
 
 }  // namespace

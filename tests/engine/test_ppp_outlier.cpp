@@ -168,12 +168,11 @@ TEST_F(OutlierTest, PhaseMaximumSatelliteIsDownWeightedByItsCodeStatistic)
     // Picked again on the repeat: the factor is applied again.
     EXPECT_EQ(Test(), 1);
     EXPECT_DOUBLE_EQ(epo->sat[7].dSatWeight, 0.09 * 0.09);
-}
 
-TEST_F(OutlierTest, LargeCodeStatisticOfAnotherSatelliteIsLeftAlone)
-{
-    result->res[2].dStdResCode = 25.0;   // not the satellite of the largest phase statistic
+    // A large code statistic of another satellite is left alone.
+    result->res[2].dStdResCode = 25.0;
     result->res[2].dRes1 = 12.0;
+    result->res[7].dStdResCode = 0.2;
     EXPECT_EQ(Test(), 0);
     EXPECT_EQ(epo->sat[2].dSatWeight, 1.0);
 }
@@ -220,13 +219,6 @@ TEST_F(OutlierTest, ResidualLogListsEverySatelliteOfTheSolution)
     EXPECT_EQ(residuals.Text(), want);
     EXPECT_EQ(Test(false), 0);
     EXPECT_EQ(residuals.Text(), want);
-}
-
-TEST_F(OutlierTest, UnknownKindWritesNothing)
-{
-    EXPECT_EQ(engine.spp->DeletePPPOutlier(epo.get(), result.get(), &ps, 2, 2, true, true, deletions.fp(), 4), 1);
-    EXPECT_EQ(deletions.Text(), "");
-    EXPECT_TRUE(Untouched());
 }
 
 }  // namespace

@@ -62,33 +62,41 @@ TEST(SppOutliers, LargestResidualTiesKeepTheEarlierEntry)
     EXPECT_EQ(rig.engine.spp->GetMaxStdResidual(&rig.res), 1);
 }
 
-TEST(SppOutliers, ApproximateStageRemovesAbove100Metres)
+TEST(SppOutliers, StageLimitsRemoveOnlyAboveAndUpdateTheCounts)
 {
-    OutlierRig rig;
-    rig.Residuals(1.0, -100.0, 2.0);
-    EXPECT_EQ(rig.engine.spp->SPPOutlierDetection(rig.epo.get(), &rig.res, 1, false, false, nullptr), 0);
-    EXPECT_EQ(rig.epo->sat[1].bUsed, 1);
-    EXPECT_EQ(rig.epo->epoHead.nUsedSat, 3);
+    // Stage 1 (approximate) removes above 100 m, stage 2 (precise) above 10 m.
+    const struct {
+        int stage;
+        double residual;
+        int removed;
+    } cases[] = {{1, -100.0, 0}, {1, -100.01, 1}, {2, 10.0, 0}, {2, -10.01, 1}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.residual);
+        OutlierRig rig;
+        rig.Residuals(0.5, c.residual, 0.0);
+        EXPECT_EQ(rig.engine.spp->SPPOutlierDetection(rig.epo.get(), &rig.res, c.stage, false, false, nullptr),
+                  c.removed);
+        EXPECT_EQ(rig.epo->sat[1].bUsed, 1 - c.removed);
+        EXPECT_EQ(rig.epo->epoHead.nUsedSat, 3 - c.removed);
+        EXPECT_EQ(rig.epo->epoHead.nUsedSys[2], 1 - c.removed);
+        EXPECT_EQ(rig.epo->epoHead.nUsedSys[0], 1);
+    }
 
-    rig.Residuals(1.0, -100.01, 2.0);
-    EXPECT_EQ(rig.engine.spp->SPPOutlierDetection(rig.epo.get(), &rig.res, 1, false, false, nullptr), 1);
-    EXPECT_EQ(rig.epo->sat[1].bUsed, 0);
-    EXPECT_EQ(rig.epo->epoHead.nUsedSat, 2);
-    EXPECT_EQ(rig.epo->epoHead.nUsedSys[2], 0);
-    EXPECT_EQ(rig.epo->epoHead.nUsedSys[0], 1);
+    // A residual of a satellite missing from the epoch removes nothing.
+    OutlierRig rig;
+    rig.Residuals(0.0, 500.0, 0.0);
+    rig.res.res[1].prn = 12;
+    EXPECT_EQ(rig.engine.spp->SPPOutlierDetection(rig.epo.get(), &rig.res, 1, false, false, nullptr), 0);
+    EXPECT_EQ(rig.epo->epoHead.nUsedSat, 3);
 }
 
-TEST(SppOutliers, PreciseStageLimitIs10MetresAndLogsNeedAllSwitches)
+TEST(SppOutliers, DeletionLinesNeedBothLogSwitches)
 {
-    OutlierRig rig;
     TempFile log;
-    rig.Residuals(10.0, 0.0, 0.0);
-    EXPECT_EQ(rig.engine.spp->SPPOutlierDetection(rig.epo.get(), &rig.res, 2, true, true, log.fp()), 0);
-    rig.Residuals(0.5, 0.0, -10.01);
-    EXPECT_EQ(rig.engine.spp->SPPOutlierDetection(rig.epo.get(), &rig.res, 2, true, false, log.fp()), 1);
+    OutlierRig quiet;
+    quiet.Residuals(0.5, 0.0, -10.01);
+    EXPECT_EQ(quiet.engine.spp->SPPOutlierDetection(quiet.epo.get(), &quiet.res, 2, true, false, log.fp()), 1);
     EXPECT_EQ(log.Text(), "");
-    EXPECT_EQ(rig.epo->sat[2].bUsed, 0);
-    EXPECT_EQ(rig.epo->epoHead.nUsedSys[1], 0);
 
     OutlierRig logged;
     logged.Residuals(0.5, 0.0, -10.01);
@@ -99,15 +107,6 @@ TEST(SppOutliers, PreciseStageLimitIs10MetresAndLogsNeedAllSwitches)
     first.Residuals(150.0, 0.0, 0.0);
     EXPECT_EQ(first.engine.spp->SPPOutlierDetection(first.epo.get(), &first.res, 0, true, true, log.fp()), 1);
     EXPECT_NE(log.Text().find("  G05  SPP sf:           150.0000 \r\n"), std::string::npos);
-}
-
-TEST(SppOutliers, ResidualOfASatelliteMissingFromTheEpochRemovesNothing)
-{
-    OutlierRig rig;
-    rig.Residuals(0.0, 500.0, 0.0);
-    rig.res.res[1].prn = 12;
-    EXPECT_EQ(rig.engine.spp->SPPOutlierDetection(rig.epo.get(), &rig.res, 1, false, false, nullptr), 0);
-    EXPECT_EQ(rig.epo->epoHead.nUsedSat, 3);
 }
 
 TEST(SatelliteCounts, ComparedUnsignedAgainstSystemsPlusThree)

@@ -152,15 +152,6 @@ TEST(ResultWriters, ResidualLinesOnlyForListedSystems)
     EXPECT_EQ(invalid.file.Text(), "");
 }
 
-TEST(ResultWriters, PeriodicResultHookWritesNothing)
-{
-    WriterRig rig;
-    EXPECT_EQ(rig.engine.spp->WritePPPResultRT(rig.file.fp(), &rig.r), 1);
-    rig.r.bValid = 1;
-    EXPECT_EQ(rig.engine.spp->WritePPPResultRT(rig.file.fp(), &rig.r), 1);
-    EXPECT_EQ(rig.file.Text(), "");
-}
-
 TEST(CombinationWriter, FourColumnsPerSlotOfTheListedSystems)
 {
     Engine engine({'G'});
@@ -233,10 +224,8 @@ TEST(ZenithDelayWriter, CostAndPlainLines)
                                 "  -9.99  -9.99 -99.999\r\n   0\r\n");
     EXPECT_EQ(plain.Write(false), 1);
     EXPECT_EQ(plain.file.Text(), " 2020 06 25 13 07 59   2111   392880.00            2423.4           123.4\r\n");
-}
 
-TEST(ZenithDelayWriter, LargeOrUnknownErrorSuppressesTheLine)
-{
+    // A larger or unknown error suppresses the line.
     ZtdRig rig;
     rig.SetCofactor(1.0000001 / 0.9);
     EXPECT_EQ(rig.Write(true), 0);

@@ -1,57 +1,15 @@
 #include "LibFixtures.h"
 
-#include <dirent.h>
-#include <sys/stat.h>
-#include <stdlib.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
 
 #include "common/GNSSConst.h"
 
 namespace libtest {
-
-namespace {
-
-void RemoveTree(const std::string& path)
-{
-    struct stat info;
-    if (lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
-        for (const std::string& name : ListDir(path))
-            RemoveTree(path + "/" + name);
-        rmdir(path.c_str());
-    } else {
-        std::remove(path.c_str());
-    }
-}
-
-}  // namespace
-
-TempDir::TempDir()
-{
-    char name[] = "/tmp/ppplib_lib_XXXXXX";
-    if (!mkdtemp(name))
-        throw std::runtime_error("cannot create a scratch directory");
-    m_path = name;
-}
-
-TempDir::~TempDir()
-{
-    RemoveTree(m_path);
-}
-
-std::string ReadFile(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 
 std::string MakeEmptyFile(const std::string& path)
 {
@@ -67,22 +25,6 @@ bool Exists(const std::string& path)
     return access(path.c_str(), F_OK) == 0;
 }
 
-std::vector<std::string> ListDir(const std::string& path)
-{
-    std::vector<std::string> names;
-    // readdir64: a 32-bit program's readdir fails on 64-bit inode numbers.
-    if (DIR* dir = opendir(path.c_str())) {
-        while (const dirent64* entry = readdir64(dir)) {
-            const std::string name = entry->d_name;
-            if (name != "." && name != "..")
-                names.push_back(name);
-        }
-        closedir(dir);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
 int CountLines(const std::string& path)
 {
     const std::string text = ReadFile(path);
@@ -95,10 +37,9 @@ int OpenDescriptorCount()
     return static_cast<int>(ListDir("/proc/self/fd").size());
 }
 
-Host::Host(std::vector<char> observed_systems)
-    : observed(std::make_unique<tagGPSOBSONEEPO>()), epoch(std::make_unique<tagGPSOBSONEEPO>()),
-      orbits(std::make_unique<tagGMSP3REC>(enginetest::Orbits())), result(std::make_unique<tagSPPONERESULT>())
+Host::Host(std::vector<char> observed_systems) : observed(std::make_unique<tagGPSOBSONEEPO>())
 {
+    *orbits = enginetest::Orbits();
     conf.ppp_enable = 1;
     conf.elev_mask = 7.0;
     conf.interval = 30.0;
@@ -117,21 +58,6 @@ Host::Host(std::vector<char> observed_systems)
     scenario.systems = observed_systems;
     enginetest::BuildEpoch(scenario, observed.get());
     *epoch = *observed;
-
-    obs.epoch = epoch.get();
-    obs.result = result.get();
-    obs.orbit = orbits.get();
-}
-
-Host::~Host()
-{
-    lib.reset();
-    delete smooth;
-}
-
-void Host::Start(std::vector<char> configured)
-{
-    lib = std::make_unique<t_ppplib>(configured, &site, &conf);
 }
 
 void Host::SetEpoch(int year, int month, int day, int hour, int minute, double second)
@@ -148,14 +74,6 @@ void Host::SetEpoch(int year, int month, int day, int hour, int minute, double s
     CGNSSTimeConvert convert;
     convert.GetGPSTime2FromCommonTime(&epoch->tGpsTime, &t);
     convert.GPSTime2ToCommonTime(&epoch->tGpsTime, &t);
-}
-
-int Host::Run(t_upd* upd, t_aug* aug)
-{
-    obs.smooth = smooth;
-    const int code = lib->pppos(&obs, upd, aug);
-    smooth = obs.smooth;
-    return code;
 }
 
 void AddPhases(tagGPSOBSONEEPO* epoch, double ionoL1)

@@ -32,41 +32,37 @@ t_aug FullAugmentation(const tagGPSTIME2& t)
     return aug;
 }
 
-TEST(FacadeEpochCheck, FirstConfiguredSystemAbsentRejectsBeforeAnythingElse)
+TEST(FacadeEpochCheck, PresentSystemListsAreReplacedUnlessTheFirstConfiguredSystemIsAbsent)
 {
-    Host host;   // observes G, R, E
-    host.Start({'C', 'G'});
-    host.SetEpoch(2020, 6, 25, 0, 15, 0.0);
-    EXPECT_EQ(host.Run(), -5);
-    // Rejected before the present systems were looked at: the lists stay as configured.
-    EXPECT_EQ(host.engine().m_sys, (Systems{'C', 'G'}));
-    EXPECT_EQ(host.process().systems, (Systems{'C', 'G'}));
+    // The first configured system absent: rejected before the present systems
+    // were looked at, the lists stay as configured.
+    Host absent;   // observes G, R, E
+    absent.Start({'C', 'G'});
+    absent.SetEpoch(2020, 6, 25, 0, 15, 0.0);
+    EXPECT_EQ(absent.Run(), -5);
+    EXPECT_EQ(absent.engine().m_sys, (Systems{'C', 'G'}));
+    EXPECT_EQ(absent.process().systems, (Systems{'C', 'G'}));
+    absent.SetEpoch(2020, 6, 25, 0, 15, 0.0);
+    absent.epoch->tTime.year = 0;
+    EXPECT_EQ(absent.Run(), -5);
 
-    host.SetEpoch(2020, 6, 25, 0, 15, 0.0);
-    host.epoch->tTime.year = 0;
-    EXPECT_EQ(host.Run(), -5);
-}
+    // An empty epoch still replaces the lists.
+    Host empty({'G', 'E'});
+    empty.Start({'G', 'R', 'C'});
+    empty.SetEpoch(2020, 6, 25, 0, 15, 0.0);
+    empty.epoch->tTime.year = 0;
+    EXPECT_EQ(empty.Run(), -3);
+    EXPECT_EQ(empty.engine().m_sys, (Systems{'G', 'E'}));
+    EXPECT_EQ(empty.process().systems, (Systems{'G', 'E'}));
 
-TEST(FacadeEpochCheck, EmptyEpochStillReplacesThePresentSystemLists)
-{
-    Host host({'G', 'E'});
-    host.Start({'G', 'R', 'C'});
-    host.SetEpoch(2020, 6, 25, 0, 15, 0.0);
-    host.epoch->tTime.year = 0;
-    EXPECT_EQ(host.Run(), -3);
-    EXPECT_EQ(host.engine().m_sys, (Systems{'G', 'E'}));
-    EXPECT_EQ(host.process().systems, (Systems{'G', 'E'}));
-}
-
-TEST(FacadeEpochCheck, PresentSystemsAreListedInTheFixedOrder)
-{
-    Host host;
-    host.Start({'E', 'G'});
-    host.SetEpoch(2020, 6, 25, 0, 15, 0.0);
-    SetSystemCounts(host.epoch.get(), 0, 0, 7, 3);
-    EXPECT_EQ(host.lib->judge(&host.obs), 1);
-    EXPECT_EQ(host.engine().m_sys, (Systems{'E', 'C'}));
-    EXPECT_EQ(host.process().systems, (Systems{'E', 'C'}));
+    // Present systems are listed in the fixed order G, R, E, C.
+    Host order;
+    order.Start({'E', 'G'});
+    order.SetEpoch(2020, 6, 25, 0, 15, 0.0);
+    SetSystemCounts(order.epoch.get(), 0, 0, 7, 3);
+    EXPECT_EQ(order.lib->judge(&order.obs), 1);
+    EXPECT_EQ(order.engine().m_sys, (Systems{'E', 'C'}));
+    EXPECT_EQ(order.process().systems, (Systems{'E', 'C'}));
 }
 
 TEST(FacadeEpochCheck, NeedsThreeSatellitesMoreThanConfiguredSystems)
@@ -85,7 +81,7 @@ TEST(FacadeEpochCheck, NeedsThreeSatellitesMoreThanConfiguredSystems)
     EXPECT_EQ(host.lib->judge(&host.obs), -5);
 }
 
-TEST(FacadeEpochCheck, ZeroIntervalRejectsEveryEpoch)
+TEST(FacadeResultCodes, ZeroIntervalRejectsEveryEpochAndSppFailureGivesZero)
 {
     Host host;
     host.conf.interval = 0.0;
@@ -95,16 +91,13 @@ TEST(FacadeEpochCheck, ZeroIntervalRejectsEveryEpoch)
         EXPECT_EQ(host.Run(), -4);
     }
     EXPECT_EQ(host.result->tTime.year, 0) << "no stage may run";
-}
 
-TEST(FacadeResultCodes, SppFailureGivesZero)
-{
-    Host host;
-    host.Start();
-    for (tagSP3ONESAT& s : host.orbits->sat)
+    Host noOrbits;
+    noOrbits.Start();
+    for (tagSP3ONESAT& s : noOrbits.orbits->sat)
         s.bValid = 0;
-    host.SetEpoch(2020, 6, 25, 0, 15, 0.0);
-    EXPECT_EQ(host.Run(), 0);
+    noOrbits.SetEpoch(2020, 6, 25, 0, 15, 0.0);
+    EXPECT_EQ(noOrbits.Run(), 0);
 }
 
 TEST(FacadeResultCodes, SppOnlyModesNeverPreprocess)
@@ -210,7 +203,7 @@ TEST(FacadeConstruction, NormalisesTheFirstFiveWeightsInPlace)
     EXPECT_DOUBLE_EQ(host.conf.weight.dWeightFactor[1], 0.5);
 }
 
-TEST(FacadeConstruction, OpensNoFileBeforeTheFirstEpoch)
+TEST(FacadeConstruction, OpensNoFileBeforeTheFirstEpochAndHandsTheSettingsOn)
 {
     TempDir dir;
     Host host;
@@ -221,8 +214,6 @@ TEST(FacadeConstruction, OpensNoFileBeforeTheFirstEpoch)
     host.Start({'G', 'E'});
     EXPECT_TRUE(ListDir(dir.path()).empty());
     EXPECT_EQ(host.process().last_day, -1);
-    EXPECT_EQ(host.process().last_hour, -1);
-    // The driver hands the configuration on to the engine.
     EXPECT_EQ(host.engine().m_set.dInterval, 5.0);
     EXPECT_EQ(host.engine().m_elevCutoff, 10.0);
 }

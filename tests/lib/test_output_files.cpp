@@ -61,36 +61,29 @@ std::set<std::string> AsSet(const std::vector<std::string>& v)
 
 TEST(ResultFiles, NamesFollowSiteDateSourceDynamicsAndPresentSystems)
 {
-    ResultHost host({'G'});
-    host.conf.mode = 3;
-    host.Start({'G', 'C'});
-    host.SetEpoch(2015, 3, 2, 10, 0, 0.0);
-    host.epoch->epoHead.nSysSat[3] = 2;   // the host reports BeiDou satellites as well
-    host.Run();
-    EXPECT_EQ(ListDir(host.dir.path()), (std::vector<std::string>{"20150302"}));
-    EXPECT_EQ(AsSet(ListDir(host.dir / "20150302")),
-              Names("ABCD_20150302_rtp_K_GC", {".spp", ".ppp", ".ppp.pos"}));
-}
-
-TEST(ResultFiles, SourceAndDynamicsTags)
-{
     struct Case {
         int source, posMode;
         const char* stem;
     };
     const Case cases[] = {
-        {2, 1, "ABCD_20200625_rix_F_GRE"}, {3, 2, "ABCD_20200625_sp3_S_GRE"}, {4, 4, "ABCD_20200625_pst_D_GRE"},
-        {5, 0, "ABCD_20200625_epo_U_GRE"}, {6, 5, "ABCD_20200625_lib_U_GRE"}, {0, 3, "ABCD_20200625_ukn_K_GRE"},
-        {7, -1, "ABCD_20200625_ukn_U_GRE"},
+        {1, 3, "ABCD_20200625_rtp_K_GC"},  {2, 1, "ABCD_20200625_rix_F_GRE"}, {3, 2, "ABCD_20200625_sp3_S_GRE"},
+        {4, 4, "ABCD_20200625_pst_D_GRE"}, {5, 0, "ABCD_20200625_epo_U_GRE"}, {6, 5, "ABCD_20200625_lib_U_GRE"},
+        {0, 3, "ABCD_20200625_ukn_K_GRE"}, {7, -1, "ABCD_20200625_ukn_U_GRE"},
     };
     for (const Case& c : cases) {
-        ResultHost host;
+        SCOPED_TRACE(c.stem);
+        // The first case configures G and C and observes G only, the host reporting BeiDou as well.
+        const bool gc = c.source == 1;
+        ResultHost host(gc ? std::vector<char>{'G'} : std::vector<char>{'G', 'R', 'E'});
         host.conf.product_source = c.source;
         host.conf.pos_mode = c.posMode;
-        host.Start();
+        host.Start(gc ? std::vector<char>{'G', 'C'} : std::vector<char>{'G', 'R', 'E'});
         host.SetEpoch(2020, 6, 25, 0, 15, 0.0);
+        if (gc)
+            host.epoch->epoHead.nSysSat[3] = 2;
         host.Run();
-        EXPECT_TRUE(Exists(host.DayFile("20200625", c.stem, ".spp"))) << c.stem;
+        EXPECT_EQ(ListDir(host.dir.path()), (std::vector<std::string>{"20200625"}));
+        EXPECT_TRUE(Exists(host.DayFile("20200625", c.stem, ".spp")));
     }
 }
 
@@ -183,18 +176,12 @@ TEST(ResultFiles, ChangeOfDayOpensTheNewDaysFilesWithThePresentSystems)
     EXPECT_EQ(CountLines(host.DayFile("20150302", "ABCD_20150302_rtp_K_GRE", ".spp")), 2);
     EXPECT_EQ(CountLines(host.DayFile("20150303", "ABCD_20150303_rtp_K_G", ".spp")), 2);
     EXPECT_EQ(host.process().last_day, 3);
-}
 
-TEST(ResultFiles, SameDayOfTheNextMonthDoesNotReopen)
-{
-    ResultHost host;
-    host.Start();
-    host.SetEpoch(2015, 3, 2, 12, 0, 0.0);
+    // The same day of the next month does not reopen: only the day is compared.
+    host.SetEpoch(2015, 4, 3, 12, 0, 0.0);
     EXPECT_EQ(host.Run(), 1);
-    host.SetEpoch(2015, 4, 2, 12, 0, 0.0);
-    EXPECT_EQ(host.Run(), 1);
-    EXPECT_EQ(ListDir(host.dir.path()), (std::vector<std::string>{"20150302"}));
-    EXPECT_EQ(CountLines(host.DayFile("20150302", "ABCD_20150302_rtp_K_GRE", ".spp")), 2);
+    EXPECT_EQ(ListDir(host.dir.path()).size(), 2u);
+    EXPECT_EQ(CountLines(host.DayFile("20150303", "ABCD_20150303_rtp_K_G", ".spp")), 3);
 }
 
 TEST(ResultFiles, AppendContinuesTheDaysFilesAndRepeatsThePositionHeaders)

@@ -42,6 +42,8 @@ t_aug_entry Aug(int week, double sow)
     return e;
 }
 
+// The UPD tables' column of a satellite: the values and counts, or the
+// markers of an unusable entry.
 void ExpectUpdColumn(t_Process& p, int column, bool usable, double wl, double nl)
 {
     SCOPED_TRACE("column " + std::to_string(column));
@@ -53,39 +55,40 @@ void ExpectUpdColumn(t_Process& p, int column, bool usable, double wl, double nl
 
 TEST(UpdIntake, AgeAndValueChecks)
 {
-    Host host;
-    host.Start();
-    auto upd = std::make_unique<t_upd>();
     const double nan = std::numeric_limits<double>::quiet_NaN();
-    upd->sat[0] = Upd(2111, kNow.sow - 899.9, 0.25, -0.125);
-    upd->sat[1] = Upd(2111, kNow.sow - 900.0, 0.25, -0.125);
-    upd->sat[2] = Upd(2111, kNow.sow, 999.0, -0.125);
-    upd->sat[3] = Upd(2111, kNow.sow, 0.25, 999.0);
-    upd->sat[4] = Upd(2111, kNow.sow, nan, -0.125);
-    upd->sat[5] = Upd(2111, kNow.sow, 0.25, nan);
-    upd->sat[6] = Upd(2111, kNow.sow + 3600.0, 0.25, -0.125);        // from the future
-    upd->sat[7] = Upd(2110, kNow.sow + 604800.0 - 899.9, 0.25, -0.125);   // across the week change
-    upd->sat[8] = Upd(2110, kNow.sow + 604800.0 - 900.0, 0.25, -0.125);
-    upd->sat[9] = Upd(2111, kNow.sow, 998.99, -998.5);
-    upd->sat[10] = Upd(2111, kNow.sow, 0.25, -0.125);
-    upd->sat[10].valid = 2;
+    const int32_t oldest = std::numeric_limits<int32_t>::min(), latest = std::numeric_limits<int32_t>::max();
+    const struct {
+        int32_t week;
+        double sow, wl, nl;
+        bool usable;
+    } cases[] = {
+        {2111, kNow.sow - 899.9, 0.25, -0.125, true},   {2111, kNow.sow - 900.0, 0.25, -0.125, false},
+        {2111, kNow.sow, 999.0, -0.125, false},         {2111, kNow.sow, 0.25, 999.0, false},
+        {2111, kNow.sow, nan, -0.125, false},           {2111, kNow.sow, 0.25, nan, false},
+        {2111, kNow.sow + 3600.0, 0.25, -0.125, true},  // from the future
+        {2110, kNow.sow + 604800.0 - 899.9, 0.25, -0.125, true},   // across the week change
+        {2110, kNow.sow + 604800.0 - 900.0, 0.25, -0.125, false},
+        {2111, kNow.sow, 998.99, -998.5, true},
+        {oldest, kNow.sow, 0.25, -0.125, false},          // millions of weeks old
+        {latest, kNow.sow, 0.25, -0.125, true},           // from the far future
+    };
+    const int n = sizeof(cases) / sizeof(cases[0]);
+    auto upd = std::make_unique<t_upd>();
+    for (int i = 0; i < n; ++i)
+        upd->sat[i] = Upd(cases[i].week, cases[i].sow, cases[i].wl, cases[i].nl);
+    upd->sat[n] = Upd(2111, kNow.sow, 0.25, -0.125);
+    upd->sat[n].valid = 2;   // only 1 marks a valid entry
     upd->sat[123] = Upd(2111, kNow.sow - 1.0, 0.5, 0.75);
 
+    Host host;
+    host.Start();
     tagGPSTIME2 now = kNow;
     t_Process& p = host.process();
     EXPECT_TRUE(p.ConvetUPD2Matrix(upd.get(), &now));
-    ExpectUpdColumn(p, 0, true, 0.25, -0.125);
-    ExpectUpdColumn(p, 1, false, 0, 0);
-    ExpectUpdColumn(p, 2, false, 0, 0);
-    ExpectUpdColumn(p, 3, false, 0, 0);
-    ExpectUpdColumn(p, 4, false, 0, 0);
-    ExpectUpdColumn(p, 5, false, 0, 0);
-    ExpectUpdColumn(p, 6, true, 0.25, -0.125);
-    ExpectUpdColumn(p, 7, true, 0.25, -0.125);
-    ExpectUpdColumn(p, 8, false, 0, 0);
-    ExpectUpdColumn(p, 9, true, 998.99, -998.5);
-    ExpectUpdColumn(p, 10, false, 0, 0);
-    ExpectUpdColumn(p, 11, false, 0, 0);
+    for (int i = 0; i < n; ++i)
+        ExpectUpdColumn(p, i, cases[i].usable, cases[i].wl, cases[i].nl);
+    ExpectUpdColumn(p, n, false, 0, 0);
+    ExpectUpdColumn(p, n + 1, false, 0, 0);
     ExpectUpdColumn(p, 123, true, 0.5, 0.75);
 
     // The tables are rebuilt completely: nothing of the previous record survives.
@@ -93,19 +96,6 @@ TEST(UpdIntake, AgeAndValueChecks)
     EXPECT_TRUE(p.ConvetUPD2Matrix(empty.get(), &now));
     ExpectUpdColumn(p, 0, false, 0, 0);
     ExpectUpdColumn(p, 123, false, 0, 0);
-}
-
-TEST(UpdIntake, AGarbageWeekIsNotAFutureUpd)
-{
-    Host host;
-    host.Start();
-    auto upd = std::make_unique<t_upd>();
-    upd->sat[0] = Upd(std::numeric_limits<int32_t>::min(), kNow.sow, 0.25, -0.125);
-    upd->sat[1] = Upd(std::numeric_limits<int32_t>::max(), kNow.sow, 0.25, -0.125);
-    tagGPSTIME2 now = kNow;
-    host.process().ConvetUPD2Matrix(upd.get(), &now);
-    ExpectUpdColumn(host.process(), 0, false, 0, 0);   // ages of millions of weeks
-    ExpectUpdColumn(host.process(), 1, true, 0.25, -0.125);   // from the far future
 }
 
 TEST(AugIntake, AgeChecksAndRowOrder)
@@ -235,61 +225,47 @@ TEST(AugmentCorrect, LosesUncorrectedSatellitesAndFailsAtFive)
     // The loss of the third satellite ends the pass: the sixth is never corrected.
     EXPECT_EQ(e.sat[5].dL1, rtk.original.sat[5].dL1);
     EXPECT_EQ(e.sat[5].dP1, rtk.original.sat[5].dP1);
-}
 
-TEST(AugmentCorrect, SatellitesAlreadyOutOfUseAreNotCounted)
-{
-    RtkEpoch rtk;
+    // Satellites already out of use are not counted as lost.
+    RtkEpoch out;
     for (int i : {0, 2, 4, 5, 6, 7})
-        rtk.Correct(i);
-    tagGPSOBSONEEPO& e = *rtk.host.epoch;
-    e.sat[3].bUsed = 0;
-    e.epoHead.nUsedSat = 7;
-    e.epoHead.nUsedSys[0] = 4;
-    EXPECT_TRUE(rtk.host.process().AugmentCorrect(&e, rtk.aug.get()));
-    EXPECT_EQ(e.epoHead.nUsedSat, 6);   // only satellite 1 lost
-    EXPECT_EQ(e.sat[1].bUsed, 0);
-}
+        out.Correct(i);
+    tagGPSOBSONEEPO& o = *out.host.epoch;
+    o.sat[3].bUsed = 0;
+    o.epoHead.nUsedSat = 7;
+    o.epoHead.nUsedSys[0] = 4;
+    EXPECT_TRUE(out.host.process().AugmentCorrect(&o, out.aug.get()));
+    EXPECT_EQ(o.epoHead.nUsedSat, 6);
+    EXPECT_EQ(o.sat[1].bUsed, 0);
 
-TEST(AugmentCorrect, StaleOrMissingAugmentationFails)
-{
-    RtkEpoch rtk;
+    // Stale (10 s) or missing augmentation fails.
+    RtkEpoch stale;
     for (int i = 0; i < 8; ++i)
-        rtk.Correct(i);
-    for (t_aug_entry& entry : rtk.aug->sat)
+        stale.Correct(i);
+    for (t_aug_entry& entry : stale.aug->sat)
         entry.sow -= 10.0;
-    EXPECT_FALSE(rtk.host.process().AugmentCorrect(rtk.host.epoch.get(), rtk.aug.get()));
+    EXPECT_FALSE(stale.host.process().AugmentCorrect(stale.host.epoch.get(), stale.aug.get()));
     RtkEpoch none;
     EXPECT_FALSE(none.host.process().AugmentCorrect(none.host.epoch.get(), nullptr));
     EXPECT_EQ(none.host.epoch->epoHead.nUsedSat, 5);
 }
 
-TEST(AugmentCorrect, EntriesOutsideTheTablesAreTakenOutOfUseWithoutCorruptingTheCounts)
+TEST(AugmentCorrect, BadIndexesAndCountsReadNothingOutsideTheTables)
 {
     RtkEpoch rtk;
     for (int i = 0; i < 8; ++i)
         rtk.Correct(i);
     tagGPSOBSONEEPO& e = *rtk.host.epoch;
-    e.sat[2].iprn = 125;   // a packed index beyond the last slot
+    e.sat[2].iprn = 125;   // a packed index beyond the last slot: out of use, counts intact
+    for (int i = 8; i < MAXSATNUM; ++i)
+        e.sat[i].bUsed = 0;
+    e.nSatNum = 200;   // a host count beyond the 124 entries
     EXPECT_TRUE(rtk.host.process().AugmentCorrect(&e, rtk.aug.get()));
     EXPECT_EQ(e.sat[2].bUsed, 0);
     EXPECT_EQ(e.epoHead.nUsedSat, 7);
     const int32_t counts[4] = {5, 0, 3, 0};
     for (int s = 0; s < 4; ++s)
         EXPECT_EQ(e.epoHead.nUsedSys[s], counts[s]) << s;
-}
-
-TEST(AugmentCorrect, ReadsNoEntryBeyondTheRecordsCapacity)
-{
-    RtkEpoch rtk;
-    for (int i = 0; i < 8; ++i)
-        rtk.Correct(i);
-    tagGPSOBSONEEPO& e = *rtk.host.epoch;
-    for (int i = 8; i < MAXSATNUM; ++i)
-        e.sat[i].bUsed = 0;
-    e.nSatNum = 200;   // a host count beyond the 124 entries
-    EXPECT_TRUE(rtk.host.process().AugmentCorrect(&e, rtk.aug.get()));
-    EXPECT_EQ(e.epoHead.nUsedSat, 8);
 }
 
 TEST(AugmentCorrect, AppliesCorrectionsInCyclesOfTheSatellitesOwnFrequenciesPlusNoise)

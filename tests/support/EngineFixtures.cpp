@@ -7,8 +7,6 @@
 #include <sstream>
 #include <stdexcept>
 
-#include <stdlib.h>
-
 #include "common/GNSSConst.h"
 
 namespace enginetest {
@@ -150,6 +148,16 @@ double ElevationDeg(const tagGMSP3REC& orb, int iprn, const tagCRDCARTESIAN& rec
     return polar.elevation * 180.0 / kPi;
 }
 
+tagCRDCARTESIAN PointSeenFrom(const tagCRDCARTESIAN& rec, double elevDeg, double azimuth, double range)
+{
+    const double e = elevDeg * kPi / 180.0;
+    tagCRDTOPOCENTRIC neu{range * std::cos(e) * std::cos(azimuth), range * std::cos(e) * std::sin(azimuth),
+                          range * std::sin(e)};
+    tagCRDCARTESIAN ref = rec, point;
+    CGNSSCoordConvert().TopocentricToCartesian(&neu, &point, &ref, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
+    return point;
+}
+
 void BuildEpoch(const Scenario& sc, tagGPSOBSONEEPO* epo)
 {
     std::memset(epo, 0, sizeof(*epo));
@@ -209,31 +217,6 @@ Engine::Engine(std::vector<char> systems)
     std::strcpy(site.name, "ESBC");
     site.crd = kEsbc;
     spp = std::make_unique<CGNSSSPP>(systems, &site, &conf);
-}
-
-TempFile::TempFile()
-{
-    char name[] = "/tmp/ppplib_engine_XXXXXX";
-    const int fd = mkstemp(name);
-    m_fp = fd >= 0 ? fdopen(fd, "w+b") : nullptr;
-    if (!m_fp)
-        throw std::runtime_error("cannot create a temporary file");
-    m_path = name;
-}
-
-TempFile::~TempFile()
-{
-    std::fclose(m_fp);
-    std::remove(m_path.c_str());
-}
-
-std::string TempFile::Text() const
-{
-    // Read through a second stream: what the writer did not flush is not seen.
-    std::ifstream in(m_path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
 }
 
 }  // namespace enginetest

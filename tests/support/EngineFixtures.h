@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "engine/GNSSSPP.h"
+#include "support/ScratchFiles.h"
 
 namespace enginetest {
 
@@ -24,6 +25,9 @@ const tagGMSP3REC& Orbits();
 
 // Elevation (degrees) of a satellite seen from rec.
 double ElevationDeg(const tagGMSP3REC& orb, int iprn, const tagCRDCARTESIAN& rec);
+
+// A point `range` metres from rec at an elevation (degrees) and azimuth (radians).
+tagCRDCARTESIAN PointSeenFrom(const tagCRDCARTESIAN& rec, double elevDeg, double azimuth, double range = 2e7);
 
 // How a synthetic epoch is observed.
 struct Scenario {
@@ -51,22 +55,6 @@ struct Engine {
     t_conf conf{};
     tagSITE site{};
     std::unique_ptr<CGNSSSPP> spp;
-};
-
-// A temporary file for a writer; Text() reads what reached the file, so
-// output the writer did not flush is missing.
-class TempFile {
-public:
-    TempFile();
-    ~TempFile();
-    TempFile(const TempFile&) = delete;
-    TempFile& operator=(const TempFile&) = delete;
-    FILE* fp() const { return m_fp; }
-    std::string Text() const;
-
-private:
-    FILE* m_fp;
-    std::string m_path;
 };
 
 }  // namespace enginetest
