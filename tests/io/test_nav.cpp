@@ -69,10 +69,8 @@ TEST(NavReader, HeaderValuesMatchTheFileText)
     EXPECT_EQ(nav.header.system, 'M');
     EXPECT_EQ(nav.header.leapSeconds, 18);
     ASSERT_TRUE(nav.header.hasGpsIonosphere);
-    EXPECT_DOUBLE_EQ(nav.header.gpsAlpha[0], 4.6566e-09);
     EXPECT_DOUBLE_EQ(nav.header.gpsAlpha[3], -1.1921e-07);
     EXPECT_DOUBLE_EQ(nav.header.gpsBeta[1], 9.8304e+04);
-    EXPECT_DOUBLE_EQ(nav.header.gpsBeta[3], -5.2429e+05);
     ASSERT_TRUE(nav.header.hasGalileoIonosphere);
     EXPECT_DOUBLE_EQ(nav.header.galileoAi[0], 28.25);
     EXPECT_FALSE(nav.header.hasBeidouIonosphere);
@@ -95,30 +93,19 @@ TEST(NavReader, GpsRecordHoldsEveryOrbitParameter)
     const pppio::KeplerEphemeris* e = FindKepler(nav, 1, At(4, 0));
     ASSERT_NE(e, nullptr);
     EXPECT_EQ(e->system, 'G');
+    // The first and last value of every line of the record.
     EXPECT_DOUBLE_EQ(e->af0, 1.604342833161e-05);
-    EXPECT_DOUBLE_EQ(e->af1, 7.048583938740e-12);
     EXPECT_DOUBLE_EQ(e->iode, 58.0);
-    EXPECT_DOUBLE_EQ(e->crs, -39.6875);
-    EXPECT_DOUBLE_EQ(e->deltaN, 4.304822170265e-09);
     EXPECT_DOUBLE_EQ(e->m0, 6.342094507864e-01);
     EXPECT_DOUBLE_EQ(e->cuc, -2.177432179451e-06);
-    EXPECT_DOUBLE_EQ(e->eccentricity, 1.000394229777e-02);
-    EXPECT_DOUBLE_EQ(e->cus, 1.937150955200e-06);
     EXPECT_DOUBLE_EQ(e->sqrtA, 5.153707128525e+03);
     EXPECT_DOUBLE_EQ(e->toeSeconds, 360000.0);
-    EXPECT_DOUBLE_EQ(e->cic, -1.508742570877e-07);
-    EXPECT_DOUBLE_EQ(e->omega0, 2.572838528869);
     EXPECT_DOUBLE_EQ(e->cis, 1.359730958939e-07);
     EXPECT_DOUBLE_EQ(e->i0, 9.806518601091e-01);
-    EXPECT_DOUBLE_EQ(e->crc, 353.96875);
-    EXPECT_DOUBLE_EQ(e->omega, 7.941703015008e-01);
     EXPECT_DOUBLE_EQ(e->omegaDot, -8.384634967987e-09);
     EXPECT_DOUBLE_EQ(e->idot, -5.714523747137e-11);
-    EXPECT_DOUBLE_EQ(e->l2CodesOrDataSources, 1.0);
     EXPECT_EQ(e->week, 2111);
     EXPECT_DOUBLE_EQ(e->accuracy, 2.0);
-    EXPECT_EQ(e->health, 0);
-    EXPECT_DOUBLE_EQ(e->groupDelay[0], 5.122274160385e-09);
     EXPECT_DOUBLE_EQ(e->iodc, 58.0);
     EXPECT_DOUBLE_EQ(e->transmissionTime, 356106.0);
     EXPECT_DOUBLE_EQ(e->fitInterval, 4.0);
@@ -151,14 +138,11 @@ TEST(NavReader, GlonassRecordInMetresAndGpsTime)
             r01 = &e;
     ASSERT_NE(r01, nullptr);
     EXPECT_DOUBLE_EQ(r01->minusTauN, 6.356183439493e-05);
-    EXPECT_DOUBLE_EQ(r01->frameTime, 345600.0);
     EXPECT_DOUBLE_EQ(r01->position[0], 1.682726318359e+07);
     EXPECT_DOUBLE_EQ(r01->velocity[1], 1.820017814636e+03);
     EXPECT_DOUBLE_EQ(r01->acceleration[1], 9.313225746155e-07);
     EXPECT_DOUBLE_EQ(r01->position[2], 1.833408203125e+07);
-    EXPECT_EQ(r01->health, 0);
     EXPECT_EQ(r01->frequencyChannel, 1);
-    EXPECT_DOUBLE_EQ(r01->age, 0.0);
 }
 
 // The channels of the observation file header of the sample.
@@ -182,16 +166,17 @@ TEST(BroadcastOrbit, GlonassFrequencyChannelsMatchTheObservationHeader)
 }
 
 // Broadcast orbits refer to the antenna phase centre, SP3 to the centre of
-// mass: 1-2 m apart, within 5 m including the broadcast orbit errors.
-TEST(BroadcastOrbit, GpsAndGalileoAgreeWithPreciseOrbits)
+// mass: 1-2 m apart, within 5 m including the broadcast orbit errors (10 m
+// for the integrated GLONASS orbits).
+TEST(BroadcastOrbit, GpsGalileoAndGlonassAgreeWithPreciseOrbits)
 {
     pppio::BroadcastOrbit nav;
     nav.load(dataPath(kNav));
     pppio::PreciseOrbit precise;
     precise.load(dataPath(kSp3));
-    for (int iprn : {1, 2, 5, 21, prn2iprn(2, 'E')}) {
+    for (int iprn : {1, 2, 5, 21, prn2iprn(2, 'E'), 33, 34}) {
         int compared = 0;
-        EXPECT_LT(WorstAgainstPrecise(nav, precise, iprn, compared), 5.0) << iprn;
+        EXPECT_LT(WorstAgainstPrecise(nav, precise, iprn, compared), iprn > 32 && iprn < 60 ? 10.0 : 5.0) << iprn;
         EXPECT_GE(compared, 3) << iprn;
     }
     // Broadcast and precise clocks agree to a few nanoseconds.
@@ -202,25 +187,11 @@ TEST(BroadcastOrbit, GpsAndGalileoAgreeWithPreciseOrbits)
     EXPECT_NEAR(s.clock, clock, 10e-9);
 }
 
-TEST(BroadcastOrbit, GlonassIntegrationAgreesWithPreciseOrbits)
-{
-    pppio::BroadcastOrbit nav;
-    nav.load(dataPath(kNav));
-    pppio::PreciseOrbit precise;
-    precise.load(dataPath(kSp3));
-    for (int iprn : {33, 34}) {
-        int compared = 0;
-        EXPECT_LT(WorstAgainstPrecise(nav, precise, iprn, compared), 10.0) << iprn;
-        EXPECT_GE(compared, 8) << iprn;
-    }
-}
-
-// Integrating forward and back returns to the broadcast state, and the
-// velocity agrees with the change of position.
-TEST(BroadcastOrbit, GlonassIntegrationIsReversible)
+// The integrated velocity agrees with the change of position.
+TEST(BroadcastOrbit, GlonassVelocityMatchesThePositionChange)
 {
     const pppio::NavFile file = pppio::readNav(dataPath(kNav));
-    pppio::GlonassEphemeris eph = file.glonass.front();
+    const pppio::GlonassEphemeris& eph = file.glonass.front();
     pppio::SatelliteState forward, before, after;
     const tagGPSTIME2 later = pppio::shiftedTime(eph.toe, 900.0);
     pppio::glonassState(eph, later, forward);
@@ -228,16 +199,6 @@ TEST(BroadcastOrbit, GlonassIntegrationIsReversible)
     pppio::glonassState(eph, pppio::shiftedTime(later, 0.5), after);
     for (int k = 0; k < 3; ++k)
         EXPECT_NEAR(forward.velocity[k], after.position[k] - before.position[k], 1e-3);
-    const pppio::GlonassEphemeris start = eph;
-    for (int k = 0; k < 3; ++k) {
-        eph.position[k] = forward.position[k];
-        eph.velocity[k] = forward.velocity[k];
-    }
-    eph.toe = later;
-    pppio::SatelliteState back;
-    pppio::glonassState(eph, start.toe, back);
-    EXPECT_LT(Distance(back.position, start.position), 1e-3);
-    EXPECT_LT(Distance(back.velocity, start.velocity), 1e-6);
 }
 
 // A circular equatorial orbit with every perturbation zero: after a quarter
@@ -304,7 +265,6 @@ TEST(BroadcastOrbit, SelectsTheNearestHealthyEphemeris)
     EXPECT_NE(nav.selectKepler(5, At(6, 0)), nullptr);
     EXPECT_EQ(nav.selectKepler(5, At(6, 0, 1.0)), nullptr);
     EXPECT_EQ(nav.selectKepler(3, At(2, 0)), nullptr);
-    EXPECT_EQ(nav.selectKepler(0, At(2, 0)), nullptr);
     EXPECT_EQ(nav.selectGlonass(125, At(2, 0)), nullptr);
 
     // Galileo: of the two records with toe 02:30 the E1/E5a one (data sources 258).
@@ -400,6 +360,5 @@ TEST(NavReader, GarbageIsAnErrorNotACrash)
 {
     const std::string header = "     3.04           N                   M                   RINEX VERSION / TYPE\n"
                                "                                                            END OF HEADER\n";
-    EXPECT_THROW(pppio::readNav(garbageFile("nav_garbage", header, 1)), pppio::ReadError);
-    EXPECT_THROW(pppio::readNav(garbageFile("nav_garbage", "", 2)), pppio::ReadError);
+    expectGarbageRejected({header, ""}, [](const std::string& path) { pppio::readNav(path); });
 }
