@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <random>
-
 #include "io/RinexObsReader.h"
 #include "io/rinex_obs_test_util.h"
 
@@ -108,32 +106,6 @@ TEST(CompactRinex, TruncatedFileEndsCleanlyWithAWarning)
         const FileCopy part = ReadAll(path);
         ASSERT_LT(part.epochs.size(), all.epochs.size());
         rinex_test::ExpectPrefixOf(part, all);
-    }
-}
-
-TEST(CompactRinex, FuzzedFilesNeverCrash)
-{
-    for (const char* name : {"small_v4.crx", "small_v211.crx"}) {
-        const std::string text = testfiles::readText(dataPath(name));
-        const size_t data = text.find("END OF HEADER");
-        std::mt19937 random(7);
-        const char alphabet[] = " 0123456789-&>\n";
-        for (int trial = 0; trial < 200; ++trial) {
-            std::string damaged = text;
-            const size_t at = data + random() % (text.size() - data);
-            const char c = alphabet[random() % (sizeof alphabet - 1)];
-            if (random() % 2)
-                damaged[at] = c;
-            else
-                damaged.insert(at, 1, c);
-            const std::string path = testfiles::scratchPath("fuzz.crx");
-            testfiles::writeText(path, damaged);
-            try {
-                ReadAll(path);
-            } catch (const pppio::ReadError& e) {
-                EXPECT_EQ(e.file(), path);
-            }
-        }
     }
 }
 

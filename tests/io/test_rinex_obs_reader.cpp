@@ -230,10 +230,13 @@ void FuzzFile(const std::string& source, const std::string& name, unsigned seed)
     EXPECT_GT(errors, 0);  // the damage is noticed, at least sometimes
 }
 
-TEST(RinexObsReader, FuzzedPlainFilesNeverCrash)
+TEST(RinexObsReader, FuzzedPlainAndCompactFilesNeverCrash)
 {
-    FuzzFile(dataPath("small_v4.rnx"), "fuzz_v4.rnx", 1);
-    FuzzFile(dataPath("small_v211.rnx"), "fuzz_v211.rnx", 2);
+    unsigned seed = 1;
+    for (const char* name : {"small_v4.rnx", "small_v211.rnx", "small_v4.crx", "small_v211.crx"}) {
+        SCOPED_TRACE(name);
+        FuzzFile(dataPath(name), std::string("fuzz_") + name, seed++);
+    }
 }
 
 }  // namespace
