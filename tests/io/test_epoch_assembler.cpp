@@ -1,12 +1,9 @@
 // Epoch assembly on the bundled sample (ESBC, 2020-06-25): signal choice,
 // GLONASS frequencies, an epoch's satellites and values against the RINEX
-// text, and the transmission-time orbit and clock against an evaluation by
-// hand from the raw product records.
+// text, and the orbit and clock at the transmission time.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,100 +14,17 @@
 #include "io/AntennaTable.h"
 #include "io/BroadcastOrbit.h"
 #include "io/CarrierFrequencies.h"
-#include "io/ClockReader.h"
 #include "io/EpochAssembler.h"
 #include "io/GpsTime.h"
 #include "io/PreciseClock.h"
 #include "io/PreciseOrbit.h"
 #include "io/RinexObsReader.h"
-#include "io/Sp3Reader.h"
 #include "models/GNSSErrorCorrection.h"
 
 namespace {
 
-const std::string kSample = std::string(PPP_SOURCE_DIR) + "/data/sample/";
-const std::string kObs = kSample + "ESBC00DNK_R_20201770000_02H_30S_MO.rnx.gz";
-const std::string kSp3Before = kSample + "GRG0MGXFIN_20201760000_01D_15M_ORB.SP3.gz";
-const std::string kSp3 = kSample + "GRG0MGXFIN_20201770000_01D_15M_ORB.SP3.gz";
-const std::string kClk = kSample + "GRG0MGXFIN_20201770000_02H_30S_CLK.CLK.gz";
-constexpr int kWeek = 2111;
-
-double Seconds(const tagGPSTIME2& t)
-{
-    return (t.week - kWeek) * pppio::kSecondsPerWeek + t.sow;
-}
-
-// Orbit and clock of one satellite straight from the product records:
-// Lagrange through the ten samples around t, linear clock between (or
-// beyond) the two nearest samples.
-class HandProducts {
-public:
-    explicit HandProducts(int iprn) : m_iprn(iprn)
-    {
-        for (const std::string& path : {kSp3Before, kSp3}) {
-            const pppio::Sp3File file = pppio::readSp3(path);
-            for (const pppio::Sp3Epoch& epoch : file.epochs)
-                for (const pppio::Sp3Entry& e : epoch.entries)
-                    if (e.iprn == iprn && e.hasPosition)
-                        m_orbit.push_back({Seconds(epoch.time), {e.position[0], e.position[1], e.position[2]}});
-        }
-        std::sort(m_orbit.begin(), m_orbit.end(), [](const Node& a, const Node& b) { return a.t < b.t; });
-        m_orbit.erase(std::unique(m_orbit.begin(), m_orbit.end(), [](const Node& a, const Node& b) { return a.t == b.t; }),
-                      m_orbit.end());
-        const pppio::ClockFile clocks = pppio::readClock(kClk);
-        const double shift = (clocks.referenceWeek - kWeek) * pppio::kSecondsPerWeek;
-        for (const pppio::ClockSample& s : clocks.satellites[static_cast<size_t>(iprn - 1)])
-            m_clock.push_back({s.time + shift, s.bias});
-    }
-
-    void position(double t, double xyz[3]) const
-    {
-        size_t first = 0;
-        while (first + 10 < m_orbit.size() && m_orbit[first + 5].t < t)
-            ++first;
-        for (int k = 0; k < 3; ++k)
-            xyz[k] = 0.0;
-        for (size_t i = first; i < first + 10; ++i) {
-            double w = 1.0;
-            for (size_t j = first; j < first + 10; ++j)
-                if (j != i)
-                    w *= (t - m_orbit[j].t) / (m_orbit[i].t - m_orbit[j].t);
-            for (int k = 0; k < 3; ++k)
-                xyz[k] += w * m_orbit[i].xyz[k];
-        }
-    }
-
-    void velocity(double t, double v[3]) const
-    {
-        double a[3], b[3];
-        position(t - 0.5, a);
-        position(t + 0.5, b);
-        for (int k = 0; k < 3; ++k)
-            v[k] = b[k] - a[k];
-    }
-
-    double clock(double t) const
-    {
-        size_t i = 0;
-        while (i + 2 < m_clock.size() && m_clock[i + 1].t <= t)
-            ++i;
-        const double f = (t - m_clock[i].t) / (m_clock[i + 1].t - m_clock[i].t);
-        return m_clock[i].bias + f * (m_clock[i + 1].bias - m_clock[i].bias);
-    }
-
-private:
-    struct Node {
-        double t;
-        double xyz[3];
-    };
-    struct ClockNode {
-        double t;
-        double bias;
-    };
-    int m_iprn;
-    std::vector<Node> m_orbit;
-    std::vector<ClockNode> m_clock;
-};
+const std::string kObs = testfiles::samplePath("ESBC00DNK_R_20201770000_02H_30S_MO.rnx.gz");
+const std::string kClk = testfiles::samplePath("GRG0MGXFIN_20201770000_02H_30S_CLK.CLK.gz");
 
 // The sample's products and its first epoch, assembled once for all tests.
 class SampleEpoch : public ::testing::Test {
@@ -132,8 +46,8 @@ protected:
     static void SetUpTestSuite()
     {
         sample.reset(new Sample());
-        sample->orbit.load(kSp3Before);
-        sample->orbit.load(kSp3);
+        sample->orbit.load(testfiles::samplePath("GRG0MGXFIN_20201760000_01D_15M_ORB.SP3.gz"));
+        sample->orbit.load(testfiles::samplePath("GRG0MGXFIN_20201770000_01D_15M_ORB.SP3.gz"));
         sample->clock.setEdgeExtrapolation(1.0);   // the first signals left before the clock file starts
         sample->clock.load(kClk);
         pppio::ProductSources sources;
@@ -213,7 +127,7 @@ TEST_F(SampleEpoch, SatellitesPerSystem)
     // Packed order G, R, E with every satellite once.
     for (int i = 1; i < sample->epoch->nSatNum; ++i)
         EXPECT_LT(sample->epoch->sat[i - 1].iprn, sample->epoch->sat[i].iprn);
-    EXPECT_EQ(sample->epoch->tGpsTime.week, kWeek);
+    EXPECT_EQ(sample->epoch->tGpsTime.week, 2111);
     EXPECT_DOUBLE_EQ(sample->epoch->tGpsTime.sow, 345600.0);
 }
 
@@ -241,35 +155,40 @@ TEST_F(SampleEpoch, ValuesAsInTheRinexText)
     EXPECT_EQ(Find('R', 10), nullptr);
 }
 
-TEST_F(SampleEpoch, OrbitAtTransmissionTimeAcrossTheDayBoundary)
+// The signals of 00:00:00 left the satellites on the day before: the orbit
+// needs both SP3 files, the clock the edge of the clock file. Expected: the
+// products at the transmission time solved here from the code and the clock.
+TEST_F(SampleEpoch, OrbitAndClockAtTransmissionTimeAcrossTheDayBoundary)
 {
-    // The signals of 00:00:00 left the satellites on the day before: the
-    // orbit needs both SP3 files, the clock the edge of the clock file.
-    const double receive = Seconds(sample->epoch->tGpsTime);
+    const auto before = [](double seconds) { return pppio::shiftedTime(sample->epoch->tGpsTime, -seconds); };
     for (int prn : {5, 13, 30}) {
+        SCOPED_TRACE(prn);
         const tagOBSONESAT* sat = Find('G', prn);
-        ASSERT_NE(sat, nullptr) << prn;
-        const HandProducts hand(prn);
-        double transmit = receive - sat->dP1 / _LIGHT_SPEED;
-        for (int i = 0; i < 3; ++i)
-            transmit = receive - sat->dP1 / _LIGHT_SPEED - hand.clock(transmit);
-        ASSERT_LT(transmit, 345600.0 - 0.06);
+        ASSERT_NE(sat, nullptr);
+        double travel = sat->dP1 / _LIGHT_SPEED, clock = 0.0;
+        for (int i = 0; i < 3; ++i) {
+            ASSERT_TRUE(sample->clock.clock(prn, before(travel), clock));
+            travel = sat->dP1 / _LIGHT_SPEED + clock;
+        }
+        ASSERT_GT(travel, 0.06);
 
         const tagSP3ONESAT& o = sample->record->sat[prn - 1];
         ASSERT_EQ(o.bValid, 1);
         EXPECT_EQ(o.pcv, nullptr);   // no satellite antennas given
-        double xyz[3], v[3];
-        hand.position(transmit, xyz);
-        hand.velocity(transmit, v);
+        double xyz[3], early[3], late[3], clockLater;
+        ASSERT_TRUE(sample->orbit.position(prn, before(travel), xyz));
+        ASSERT_TRUE(sample->orbit.position(prn, before(travel + 0.5), early));
+        ASSERT_TRUE(sample->orbit.position(prn, before(travel - 0.5), late));
         for (int k = 0; k < 3; ++k) {
-            EXPECT_NEAR(o.dPos[k], xyz[k], 1e-3) << prn;
-            EXPECT_NEAR(o.dVel[k], v[k], 1e-3) << prn;
+            EXPECT_NEAR(o.dPos[k], xyz[k], 1e-3);
+            EXPECT_NEAR(o.dVel[k], late[k] - early[k], 1e-3);
         }
         // Clock at t_tx plus the relativistic correction -2 r.v / c^2.
+        ASSERT_TRUE(sample->clock.clock(prn, before(travel), clock));
+        ASSERT_TRUE(sample->clock.clock(prn, before(travel - 1.0), clockLater));
         const double rv = o.dPos[0] * o.dVel[0] + o.dPos[1] * o.dVel[1] + o.dPos[2] * o.dVel[2];
-        const double relativity = -2.0 * rv / (_LIGHT_SPEED * _LIGHT_SPEED);
-        EXPECT_NEAR(o.dClk, hand.clock(transmit) + relativity, 1e-12) << prn;
-        EXPECT_NEAR(o.dClkDrift, hand.clock(transmit + 1.0) - hand.clock(transmit), 1e-14) << prn;
+        EXPECT_NEAR(o.dClk, clock - 2.0 * rv / (_LIGHT_SPEED * _LIGHT_SPEED), 1e-12);
+        EXPECT_NEAR(o.dClkDrift, clockLater - clock, 1e-14);
     }
 }
 
@@ -342,23 +261,17 @@ TEST_F(SampleEpoch, SatelliteAntennaOffsetWithNominalYaw)
     EXPECT_EQ(a->sat[0].pcv, nullptr);
 }
 
-TEST(EpochAssembler, EventEpochFillsNothing)
+TEST_F(SampleEpoch, EventEpochFillsNothing)
 {
-    pppio::RinexObsReader reader(kObs);
     pppio::ObsEpoch event;
     event.flag = pppio::ObsEpoch::kExternalEvent;
-    pppio::PreciseOrbit orbit;
-    pppio::ProductSources sources;
-    sources.orbit = &orbit;
-    pppio::OrbitRecordBuilder builder(sources, false);
-    const pppio::CarrierFrequencies frequencies(reader.header(), nullptr);
-    pppio::EpochAssembler assembler(reader.header(), frequencies, builder, "GRE");
     std::unique_ptr<tagGPSOBSONEEPO> epoch(new tagGPSOBSONEEPO());
     std::unique_ptr<tagGMSP3REC> record(new tagGMSP3REC());
     epoch->nSatNum = 7;
-    EXPECT_FALSE(assembler.assemble(event, *epoch, *record));
+    const int assembled = sample->assembler->tally().epochs;
+    EXPECT_FALSE(sample->assembler->assemble(event, *epoch, *record));
     EXPECT_EQ(epoch->nSatNum, 7);
-    EXPECT_EQ(assembler.tally().epochs, 0);
+    EXPECT_EQ(sample->assembler->tally().epochs, assembled);
 }
 
 }  // namespace
