@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <string>
 
-#include "io/rinex_obs_test_util.h"
+#include "io/TestFiles.h"
 
 namespace program_test {
 
@@ -42,7 +42,7 @@ inline Outcome RunProgram(const std::string& program, const std::string& argumen
         outcome.out.append(buffer, n);
     const int status = pclose(pipe);
     outcome.exitCode = status != -1 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    outcome.err = rinex_test::ReadText(errFile);
+    outcome.err = testfiles::readText(errFile);
     return outcome;
 }
 

