@@ -4,18 +4,22 @@
 // Copies share one storage block through a reference count; a writing access
 // separates the written matrix first. Reading through a const matrix never
 // separates, so hot read paths should go through const references, at() or
-// RowData() const. Every row is its own array, which lets pivot() and Inv()
-// exchange rows by swapping pointers.
+// RowData() const. Every row is reached through its own pointer, which lets
+// pivot() and Inv() exchange rows by swapping pointers.
 #ifndef PPPLIB_MATH_TMATRIX_H
 #define PPPLIB_MATH_TMATRIX_H
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "math/MatrixStorage.h"
 
 namespace math {
 
@@ -27,9 +31,9 @@ public:
 template <typename T>
 class matrix {
 public:
-    matrix() : _m(new base_mat(0, 0, nullptr)) {}
+    matrix() : _m(base_mat::create(0, 0, nullptr)) {}
     // Every element starts at zero.
-    matrix(unsigned rows, unsigned cols) : _m(new base_mat(rows, cols, nullptr)) {}
+    matrix(unsigned rows, unsigned cols) : _m(base_mat::create(rows, cols, nullptr)) {}
     matrix(const matrix& m) : _m(m._m) { ++_m->Refcnt; }
     matrix& operator=(const matrix& m)
     {
@@ -83,7 +87,7 @@ public:
     void Null()
     {
         if (_m->Refcnt > 1) {
-            attach(new base_mat(_m->Row, _m->Col, nullptr));
+            attach(base_mat::create(_m->Row, _m->Col, nullptr));
             return;
         }
         for (unsigned i = 0; i < _m->Row; ++i)
@@ -93,7 +97,7 @@ public:
     void Unit(unsigned n)
     {
         if (n != _m->Row || n != _m->Col || _m->Refcnt > 1)
-            attach(new base_mat(n, n, nullptr));
+            attach(base_mat::create(n, n, nullptr));
         else
             Null();
         for (unsigned i = 0; i < n; ++i)
@@ -173,7 +177,7 @@ public:
     }
 
     // Gives this matrix its own copy of the storage.
-    void clone() { attach(new base_mat(_m->Row, _m->Col, _m->Val)); }
+    void clone() { attach(base_mat::create(_m->Row, _m->Col, _m->Val)); }
 
     // Resizes the storage, keeping the overlapping part; new elements are zero.
     void realloc(unsigned rows, unsigned cols)
@@ -183,7 +187,7 @@ public:
             _m->Col = cols;
             return;
         }
-        base_mat* m = new base_mat(rows, cols, nullptr);
+        base_mat* m = base_mat::create(rows, cols, nullptr);
         const unsigned keepRows = std::min(rows, _m->Row);
         const unsigned keepCols = std::min(cols, _m->Col);
         for (unsigned i = 0; i < keepRows; ++i)
@@ -298,43 +302,56 @@ public:
     friend matrix operator*(const matrix& m, const T& s) { return s * m; }
 
 private:
-    // Shared storage: row-pointer array, sizes and the reference count.
+    // Shared storage: row-pointer array, sizes and the reference count. The
+    // header, the row pointers and the rows live in one block from the
+    // recycling storage; each row is its own stretch of that block.
     struct base_mat {
         T** Val;
         unsigned Row, Col, RowSiz, ColSiz;
         int32_t Refcnt;
 
         // Copies each row from source when given, else sets every element to 0.
-        base_mat(unsigned rows, unsigned cols, T* const* source)
+        static base_mat* create(unsigned rows, unsigned cols, T* const* source)
+        {
+            void* block = storage::Take(block_bytes(rows, cols));
+            base_mat* m = new (block) base_mat(rows, cols);
+            if (rows == 0)
+                return m;
+            char* bytes = static_cast<char*>(block);
+            m->Val = reinterpret_cast<T**>(bytes + header_bytes());
+            T* elements = reinterpret_cast<T*>(bytes + header_bytes() + pointer_bytes(rows));
+            for (unsigned i = 0; i < rows; ++i) {
+                m->Val[i] = elements + static_cast<std::size_t>(i) * cols;
+                if (source)
+                    std::copy_n(source[i], cols, m->Val[i]);
+                else
+                    std::fill_n(m->Val[i], cols, T(0));
+            }
+            return m;
+        }
+        static void destroy(base_mat* m) noexcept
+        {
+            const std::size_t bytes = block_bytes(m->RowSiz, m->ColSiz);
+            m->~base_mat();
+            storage::Give(m, bytes);
+        }
+
+    private:
+        base_mat(unsigned rows, unsigned cols)
             : Val(nullptr), Row(rows), Col(cols), RowSiz(rows), ColSiz(cols), Refcnt(1)
         {
-            if (rows == 0)
-                return;
-            Val = new T*[rows]();
-            try {
-                for (unsigned i = 0; i < rows; ++i) {
-                    Val[i] = new T[cols];
-                    if (source)
-                        std::copy_n(source[i], cols, Val[i]);
-                    else
-                        std::fill_n(Val[i], cols, T(0));
-                }
-            } catch (...) {
-                free_rows();
-                throw;
-            }
         }
-        ~base_mat() { free_rows(); }
-        base_mat(const base_mat&) = delete;
-        base_mat& operator=(const base_mat&) = delete;
+        ~base_mat() = default;
 
-        void free_rows()
+        static constexpr std::size_t round_up(std::size_t n, std::size_t a) { return (n + a - 1) / a * a; }
+        static constexpr std::size_t header_bytes() { return round_up(sizeof(base_mat), alignof(std::max_align_t)); }
+        static constexpr std::size_t pointer_bytes(unsigned rows)
         {
-            if (!Val)
-                return;
-            for (unsigned i = 0; i < RowSiz; ++i)
-                delete[] Val[i];
-            delete[] Val;
+            return round_up(rows * sizeof(T*), alignof(std::max_align_t));
+        }
+        static std::size_t block_bytes(unsigned rows, unsigned cols)
+        {
+            return header_bytes() + pointer_bytes(rows) + static_cast<std::size_t>(rows) * cols * sizeof(T);
         }
     };
 
@@ -359,7 +376,7 @@ private:
     void release()
     {
         if (--_m->Refcnt == 0)
-            delete _m;
+            base_mat::destroy(_m);
     }
     // Replaces the current storage by m, which this matrix alone holds.
     void attach(base_mat* m)
