@@ -93,6 +93,14 @@ const AntexAntenna* AntennaTable::satellite(int iprn, const tagGPSTIME2& t) cons
     return nullptr;
 }
 
+bool AntennaTable::hasSatellites() const
+{
+    for (const AntexAntenna& antenna : m_antennas)
+        if (antenna.isSatellite)
+            return true;
+    return false;
+}
+
 double receiverPcv(const AntexAntenna& antenna, const AntexFrequency& frequency, double azimuth, double zenith)
 {
     int iz;

@@ -32,6 +32,8 @@ public:
     // Satellite antenna of satellite iprn (1..124) valid at GPS time t.
     const AntexAntenna* satellite(int iprn, const tagGPSTIME2& t) const;
 
+    // Whether any satellite antenna was loaded.
+    bool hasSatellites() const;
     size_t size() const { return m_antennas.size(); }
     const std::vector<std::string>& warnings() const { return m_warnings; }
 

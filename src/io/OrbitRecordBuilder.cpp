@@ -53,7 +53,10 @@ void FillSatellitePcv(const AntexAntenna& antenna, int iprn, const AntexFrequenc
 }  // namespace
 
 OrbitRecordBuilder::OrbitRecordBuilder(const ProductSources& sources, bool applySatelliteAntenna)
-    : m_sources(sources), m_applyAntenna(applySatelliteAntenna && sources.antennas), m_sun{0.0, 0.0, 0.0}
+    : m_sources(sources),
+      // Without satellite antennas there is nothing to apply, and no Sun to compute for the attitude.
+      m_applyAntenna(applySatelliteAntenna && sources.antennas && sources.antennas->hasSatellites()),
+      m_sun{0.0, 0.0, 0.0}
 {
     std::memset(m_pcv, 0, sizeof(m_pcv));
     for (const AntexAntenna*& source : m_pcvSource)
