@@ -73,6 +73,7 @@ TEST(AntennaTable, ReceiverLookupByTypeAndRadome)
     EXPECT_NE(receiverOnly.receiver("  ASH701945E_M ", " SCIS", &replaced), nullptr);
     EXPECT_FALSE(replaced);
     EXPECT_EQ(receiverOnly.receiver("ASH701945E_M", "SCIT", &replaced), nullptr);   // no NONE entry either
+    EXPECT_FALSE(receiverOnly.hasSatellites());
 
     pppio::AntennaTable table;
     table.load(dataPath(kIgs));
@@ -114,6 +115,7 @@ TEST(AntennaTable, SatelliteAntennaByPrnAndValidity)
 {
     pppio::AntennaTable table;
     table.load(dataPath(kIgs));
+    EXPECT_TRUE(table.hasSatellites());
     const pppio::AntexAntenna* g063 = table.satellite(1, Date(2020, 6, 25));
     ASSERT_NE(g063, nullptr);
     EXPECT_TRUE(g063->isSatellite);
