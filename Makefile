@@ -7,7 +7,7 @@ BUILD_ARM   ?= build-arm
 ARM_SYSROOT ?= $(CURDIR)/.deps/armhf
 CMAKE_FLAGS ?=
 
-.PHONY: all test test-asan test-arm bench demo clean arm-deps
+.PHONY: all test test-asan test-arm bench demo fuzz clean arm-deps
 
 all:
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release $(CMAKE_FLAGS)
@@ -44,6 +44,12 @@ bench:
 
 demo: all
 	@if [ -x tools/demo.sh ]; then tools/demo.sh $(BUILD); else echo "the demo program is not built yet"; fi
+
+# Damaged copies of the sample inputs against the sanitizer build.
+fuzz:
+	cmake -S . -B $(BUILD_ASAN) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPPPLIB_SANITIZE=ON $(CMAKE_FLAGS)
+	cmake --build $(BUILD_ASAN) -j $(JOBS) --target ppprun
+	tools/fuzz_ppprun.py --ppprun $(BUILD_ASAN)/bin/ppprun --runs $(or $(RUNS),200)
 
 clean:
 	rm -rf $(BUILD) $(BUILD_ASAN) $(BUILD_ARM)
