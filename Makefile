@@ -7,7 +7,7 @@ BUILD_ARM   ?= build-arm
 ARM_SYSROOT ?= $(CURDIR)/.deps/armhf
 CMAKE_FLAGS ?=
 
-.PHONY: all test test-asan test-arm bench demo fuzz clean arm-deps
+.PHONY: all test test-asan test-arm compare-platforms bench demo fuzz clean arm-deps
 
 all:
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release $(CMAKE_FLAGS)
@@ -36,6 +36,10 @@ test-arm: arm-deps
 	  -DCMAKE_TOOLCHAIN_FILE=$(CURDIR)/cmake/arm-linux-gnueabihf.cmake -DPPP_ARM_SYSROOT=$(ARM_SYSROOT) $(CMAKE_FLAGS)
 	cmake --build $(BUILD_ARM) -j $(JOBS)
 	ctest --test-dir $(BUILD_ARM) --output-on-failure -j $(JOBS)
+
+# The native and the ARM program on the sample: every output file must agree.
+compare-platforms:
+	tools/compare_platforms.py --native $(BUILD)/bin/ppprun --arm $(BUILD_ARM)/bin/ppprun --work $(BUILD)/platforms
 
 bench:
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release -DPPPLIB_BENCH=ON $(CMAKE_FLAGS)

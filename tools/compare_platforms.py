@@ -1,0 +1,134 @@
+#!/usr/bin/env python3
+"""Runs the native ppprun and the 32-bit ARM ppprun (under qemu-arm) on the
+bundled sample and compares every file they write, number by number.
+
+The two builds must give the same results: a number may differ by at most
+--tolerance (default 1e-4, one unit in the last digit of the 0.1 mm
+coordinates); any other difference in a file fails the comparison.
+
+Usage: tools/compare_platforms.py --native build/bin/ppprun --arm build-arm/bin/ppprun
+"""
+import argparse
+import gzip
+import os
+import re
+import shutil
+import subprocess
+import sys
+
+ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+SAMPLE = os.path.join(ROOT, 'data', 'sample')
+INPUTS = {
+    'obs': 'ESBC00DNK_R_20201770000_02H_30S_MO.rnx.gz',
+    'sp3-before': 'GRG0MGXFIN_20201760000_01D_15M_ORB.SP3.gz',
+    'sp3': 'GRG0MGXFIN_20201770000_01D_15M_ORB.SP3.gz',
+    'clk': 'GRG0MGXFIN_20201770000_02H_30S_CLK.CLK.gz',
+    'atx': 'ESBC_receiver_antenna.atx',
+}
+RUNS = {
+    'spp': ['--mode', 'spp', '--dynamics', 'kinematic', '--systems', 'GRE'],
+    'static': ['--mode', 'ppp', '--dynamics', 'static', '--systems', 'GRE'],
+    'kinematic': ['--mode', 'ppp', '--dynamics', 'kinematic', '--systems', 'GRE', '--residuals', '--debug'],
+}
+NUMBER = re.compile(r'[-+]?(?:\d+\.\d*|\.\d+|\d+)(?:[eE][-+]?\d+)?')
+
+
+def plain_inputs(work):
+    """The sample decompressed, so that a build without zlib reads it too."""
+    paths = {}
+    for role, name in INPUTS.items():
+        target = os.path.join(work, name[:-3] if name.endswith('.gz') else name)
+        if not os.path.exists(target):
+            opener = gzip.open if name.endswith('.gz') else open
+            with opener(os.path.join(SAMPLE, name), 'rb') as src, open(target, 'wb') as dst:
+                shutil.copyfileobj(src, dst)
+        paths[role] = target
+    return paths
+
+
+def run(command, inputs, options, out):
+    shutil.rmtree(out, ignore_errors=True)
+    arguments = command + ['--obs', inputs['obs'], '--sp3', inputs['sp3-before'], '--sp3', inputs['sp3'],
+                           '--clk', inputs['clk'], '--atx', inputs['atx'], '--quiet', '--out', out] + options
+    result = subprocess.run(arguments, capture_output=True, text=True)
+    if result.returncode != 0:
+        sys.exit(f'compare: {" ".join(arguments)} exited with {result.returncode}\n{result.stderr}')
+
+
+def written_files(directory):
+    found = set()
+    for parent, _, names in os.walk(directory):
+        for name in names:
+            found.add(os.path.relpath(os.path.join(parent, name), directory))
+    return found
+
+
+def line_difference(a, b):
+    """Largest difference of the numbers of two lines, or None when their text differs otherwise."""
+    if NUMBER.sub('#', a).split() != NUMBER.sub('#', b).split():
+        return None
+    return max((abs(float(x) - float(y)) for x, y in zip(NUMBER.findall(a), NUMBER.findall(b))), default=0.0)
+
+
+def compare_file(a_path, b_path, tolerance):
+    """(identical lines, largest difference, first offending line or None)."""
+    with open(a_path, errors='replace') as fa, open(b_path, errors='replace') as fb:
+        a_lines, b_lines = fa.read().splitlines(), fb.read().splitlines()
+    if len(a_lines) != len(b_lines):
+        return 0, float('inf'), f'{len(a_lines)} lines against {len(b_lines)}'
+    identical, largest = 0, 0.0
+    for number, (a, b) in enumerate(zip(a_lines, b_lines), 1):
+        if a == b:
+            identical += 1
+            continue
+        difference = line_difference(a, b)
+        if difference is None or difference > tolerance:
+            return identical, float('inf') if difference is None else difference, f'line {number}:\n  {a}\n  {b}'
+        largest = max(largest, difference)
+    return identical, largest, None
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument('--native', default=os.path.join(ROOT, 'build', 'bin', 'ppprun'))
+    parser.add_argument('--arm', default=os.path.join(ROOT, 'build-arm', 'bin', 'ppprun'))
+    parser.add_argument('--emulator', default='qemu-arm -L /usr/arm-linux-gnueabihf')
+    parser.add_argument('--work', default=os.path.join(ROOT, 'build', 'platforms'))
+    parser.add_argument('--tolerance', type=float, default=1e-4)
+    args = parser.parse_args()
+    for program in (args.native, args.arm):
+        if not os.access(program, os.X_OK):
+            sys.exit(f'compare: {program} is not built')
+
+    os.makedirs(args.work, exist_ok=True)
+    inputs = plain_inputs(args.work)
+    failed = False
+    for name, options in RUNS.items():
+        native_out = os.path.join(args.work, name, 'native')
+        arm_out = os.path.join(args.work, name, 'arm')
+        run([args.native], inputs, options, native_out)
+        run(args.emulator.split() + [args.arm], inputs, options, arm_out)
+        native_files, arm_files = written_files(native_out), written_files(arm_out)
+        if native_files != arm_files:
+            print(f'{name}: different files: {sorted(native_files ^ arm_files)}')
+            failed = True
+        lines = identical = 0
+        largest = 0.0
+        for relative in sorted(native_files & arm_files):
+            same, difference, problem = compare_file(os.path.join(native_out, relative),
+                                                     os.path.join(arm_out, relative), args.tolerance)
+            if problem:
+                print(f'{name}: {relative} differs beyond {args.tolerance:g}, {problem}')
+                failed = True
+                continue
+            with open(os.path.join(native_out, relative), errors='replace') as f:
+                lines += sum(1 for _ in f)
+            identical += same
+            largest = max(largest, difference)
+        print(f'{name}: {len(native_files)} files, {lines} lines, {identical} identical, '
+              f'largest difference {largest:g}')
+    return 1 if failed else 0
+
+
+if __name__ == '__main__':
+    sys.exit(main())
