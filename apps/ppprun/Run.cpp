@@ -284,7 +284,9 @@ RunResult Run(const Options& o)
         ++result.epochs;
         station.epochIndex = static_cast<int32_t>(result.epochs);
         station.smooth = smoothing.pair;
+        const auto libraryStart = std::chrono::steady_clock::now();
         const int code = library->pppos(&station, nullptr, nullptr);
+        result.librarySeconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - libraryStart).count();
         smoothing.pair = station.smooth;
         ++result.resultCodes[code];
         if (code >= 1) {

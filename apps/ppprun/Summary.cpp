@@ -99,6 +99,9 @@ void PrintSummary(std::FILE* out, const RunResult& r)
                          Accuracy::kHorizontalLimit, Accuracy::kVerticalLimit);
     }
     std::fprintf(out, "  wall time         %.2f s\n", r.wallSeconds);
+    if (r.epochs > 0)
+        std::fprintf(out, "  library time      %.2f s, %.3f ms per epoch\n", r.librarySeconds,
+                     1000.0 * r.librarySeconds / static_cast<double>(r.epochs));
 }
 
 bool WriteJsonSummary(const std::string& path, const RunResult& r)
@@ -146,7 +149,8 @@ bool WriteJsonSummary(const std::string& path, const RunResult& r)
         std::fprintf(f, "  \"convergence_s\": %.1f,\n", r.convergenceSeconds);
     else
         std::fprintf(f, "  \"convergence_s\": null,\n");
-    std::fprintf(f, "  \"wall_s\": %.3f\n", r.wallSeconds);
+    std::fprintf(f, "  \"wall_s\": %.3f,\n", r.wallSeconds);
+    std::fprintf(f, "  \"library_s\": %.3f\n", r.librarySeconds);
     std::fprintf(f, "}\n");
     return std::fclose(f) == 0;
 }

@@ -36,6 +36,7 @@ struct RunResult {
     bool converged = false;
     double convergenceSeconds = 0.0;
     double wallSeconds = 0.0;
+    double librarySeconds = 0.0;   // inside the library's per-epoch call
 };
 
 // "G04 240, R10 12": satellites with a count, in packed order.

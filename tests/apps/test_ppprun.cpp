@@ -140,7 +140,7 @@ TEST(PpprunSample, SppAndFloatPppOfEveryEpochWithTheSummary)
         }
         EXPECT_EQ(depth, 0);
         for (const char* key : {"epochs", "result_codes", "final_xyz", "final_neu_error_m", "rms_neu_error_m",
-                                "convergence_s", "wall_s", "missing_products", "signals"})
+                                "convergence_s", "wall_s", "library_s", "missing_products", "signals"})
             EXPECT_NE(summary.find(std::string("\"") + key + "\": "), std::string::npos) << key;
         EXPECT_NE(summary.find("\"epochs\": 240,"), std::string::npos) << summary;
         EXPECT_NE(summary.find(std::string("\"result_codes\": ") + run.codes), std::string::npos) << summary;
