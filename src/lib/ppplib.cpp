@@ -3,6 +3,7 @@
 #include "common/gnsscmn.h"
 #include "engine/GNSSEpoch.h"
 #include "engine/GNSSSPP.h"
+#include "lib/EpochScreening.h"
 #include "lib/Process.h"
 
 t_ppplib::t_ppplib(std::vector<char> systems, tagSITE* site, t_conf* conf)
@@ -21,8 +22,14 @@ t_ppplib::~t_ppplib()
 
 int t_ppplib::pppos(tagOBSONEEPOONESTA* obs, t_upd* upd, t_aug* aug)
 {
-    if (m_conf->product_source == 3 && m_conf->use_epoch_value)
-        m_process->spp->m_conf->pppos_value = obs->epoch->epoHead.dEpochValue;
+    if (!obs || !obs->epoch || !obs->result)
+        return -3;
+    // A non-finite override would stay in the filter's troposphere for good.
+    const double epochValue = obs->epoch->epoHead.dEpochValue;
+    if (m_conf->product_source == 3 && m_conf->use_epoch_value && IsFiniteNumber(epochValue))
+        m_process->spp->m_conf->pppos_value = epochValue;
+    if (EpochRecordIsSound(*obs->epoch))
+        DropUnusableSatellites(obs->epoch, obs->orbit);
 
     const int check = judge(obs);
     if (check < 0)
@@ -67,15 +74,18 @@ int t_ppplib::judge(tagOBSONEEPOONESTA* obs)
     if (firstSystem < 0 || epoch->epoHead.nSysSat[firstSystem] == 0)
         return -5;
 
-    std::vector<char> present;
+    char present[4];
+    int count = 0;
     for (char sys : {'G', 'R', 'E', 'C'})
         if (epoch->epoHead.nSysSat[judge_sys(sys)] > 0)
-            present.push_back(sys);
+            present[count++] = sys;
     // A rejected epoch still replaces the present-system lists.
-    m_process->spp->m_sys = present;
-    m_process->systems = present;
+    m_process->spp->m_sys.assign(present, present + count);
+    m_process->systems.assign(present, present + count);
 
-    if (epoch->tTime.year == 0)
+    // A record that is not an epoch at all (counts beyond its capacity, a
+    // calendar or GPS time out of range) is refused like an empty one.
+    if (epoch->tTime.year == 0 || !EpochRecordIsSound(*epoch))
         return -3;
     if (m_conf->interval == 0.0)
         return -4;

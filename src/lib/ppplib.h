@@ -4,7 +4,9 @@
 // Result codes of pppos:
 //   -5 too few satellites (first configured system absent, or fewer than
 //      number of configured systems + 3)
-//   -4 t_conf.interval is 0      -3 empty epoch (year 0)
+//   -4 t_conf.interval is 0
+//   -3 empty epoch (year 0), or a record that cannot be an epoch (counts
+//      beyond the record's capacity, calendar or GPS time out of range)
 //   -2 an output file could not be (re)opened
 //   -1 preprocessing failed       0 no solution this epoch
 //    1 SPP only                   2 float PPP (or ambiguity resolution did not fix)
@@ -28,6 +30,8 @@ public:
     t_ppplib(const t_ppplib&) = delete;
     t_ppplib& operator=(const t_ppplib&) = delete;
 
+    // Satellites whose identity, observations or orbit are not usable numbers
+    // are taken out of the epoch first (see lib/EpochScreening.h).
     int pppos(tagOBSONEEPOONESTA* obs, t_upd* upd, t_aug* aug);
     int judge(tagOBSONEEPOONESTA* obs);
     bool reopen(tagOBSONEEPOONESTA* obs);
