@@ -8,6 +8,7 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <random>
 
 #include "LibFixtures.h"
 #include "common/gnsscmn.h"
@@ -165,3 +166,46 @@ TEST(EpochScreening, BrokenEpochDoesNotSpoilTheFollowingOnes)
 }
 
 }  // namespace
+
+// Random damage to any field the host fills, epoch after epoch, in one run:
+// every result is a documented code and every solution a finite position.
+TEST(EpochScreening, RandomDamageGivesDocumentedCodesAndFinitePositions)
+{
+    std::mt19937 random(2026);
+    const double weird[] = {kNaN, kInf, -kInf, 0.0, 1e300, -1e300, 1e-320};
+    auto pickReal = [&]() { return weird[random() % 7]; };
+    auto pickInt = [&]() { return static_cast<int>(random() % 400) - 100; };
+    Host host;
+    host.conf.mode = 2;
+    host.Start();
+    int solved = 0;
+    for (int k = 0; k < 200; ++k) {
+        host.SetEpoch(2020, 6, 25, 0, 15, 30.0 * k);
+        AddPhases(host.epoch.get(), 4.0);
+        tagGPSOBSONEEPO& e = *host.epoch;
+        for (int hits = static_cast<int>(random() % 4); hits > 0; --hits) {
+            tagOBSONESAT& s = e.sat[random() % MAXSATNUM];
+            switch (random() % 10) {
+            case 0: e.nSatNum = pickInt(); break;
+            case 1: e.epoHead.nSysSat[random() % 4] = pickInt(); break;
+            case 2: e.tGpsTime.sow = pickReal(); break;
+            case 3: s.iprn = pickInt(); break;
+            case 4: s.prn = pickInt(); break;
+            case 5: s.cSys = "GRECJ"[random() % 5]; break;
+            case 6: s.dP1 = pickReal(); break;
+            case 7: s.dL2 = pickReal(); break;
+            case 8: s.dF1 = pickReal(); break;
+            default: host.orbits->sat[random() % MAXSATNUM].dPos[random() % 3] = pickReal(); break;
+            }
+        }
+        const int code = host.Run();
+        ASSERT_TRUE(code == -5 || code == -3 || code == 0 || code == 1 || code == 2) << "epoch " << k << ": " << code;
+        if (code >= 1) {
+            ++solved;
+            for (double x : host.result->dPos)
+                ASSERT_TRUE(std::isfinite(x)) << "epoch " << k;
+        }
+        *host.orbits = enginetest::Orbits();
+    }
+    EXPECT_GT(solved, 100);   // the damage leaves most epochs solvable
+}
