@@ -12,27 +12,67 @@ double CGNSSCoordConvert::dot(const double* a, const double* b, int n)
     return sum;
 }
 
-void CGNSSCoordConvert::CartesianToGeodetic(tagCRDCARTESIAN* in, tagCRDGEODETIC* out, double, double)
+namespace {
+
+// Iterative conversion to geodetic latitude, longitude and height on WGS84.
+tagCRDGEODETIC GeodeticOf(const tagCRDCARTESIAN& in)
 {
     const double a = _WGS84_ELLIPSE_A;
     const double e2 = _WGS84_ELLIPSE_E2;
-    const double xy[2] = {in->x, in->y};
-    const double r2 = dot(xy, xy, 2);
-    double z = in->z, zOld = 0.0, n = a;
+    const double r2 = in.x * in.x + in.y * in.y;
+    double z = in.z, zOld = 0.0, n = a;
     while (std::fabs(z - zOld) >= 1e-4) {
         zOld = z;
         const double s = z / std::sqrt(z * z + r2);
         n = a / std::sqrt(1.0 - e2 * s * s);
-        z = in->z + n * e2 * s;
+        z = in.z + n * e2 * s;
     }
+    tagCRDGEODETIC out;
     if (r2 <= 1e-12) {
-        out->lat = in->z > 0.0 ? _PI / 2.0 : -_PI / 2.0;
-        out->lon = 0.0;
+        out.lat = in.z > 0.0 ? _PI / 2.0 : -_PI / 2.0;
+        out.lon = 0.0;
     } else {
-        out->lat = std::atan(z / std::sqrt(r2));
-        out->lon = std::atan2(in->y, in->x);
+        out.lat = std::atan(z / std::sqrt(r2));
+        out.lon = std::atan2(in.y, in.x);
     }
-    out->height = std::sqrt(z * z + r2) - n;
+    out.height = std::sqrt(z * z + r2) - n;
+    return out;
+}
+
+bool SamePoint(const tagCRDCARTESIAN& a, const tagCRDCARTESIAN& b)
+{
+    return a.x == b.x && a.y == b.y && a.z == b.z;
+}
+
+}  // namespace
+
+const CGNSSCoordConvert::LocalFrame& CGNSSCoordConvert::GeodeticAt(const tagCRDCARTESIAN& p)
+{
+    if (!m_frame.valid || !SamePoint(m_frame.at, p)) {
+        m_frame.at = p;
+        m_frame.blh = GeodeticOf(p);
+        m_frame.valid = true;
+        m_frame.hasRotation = false;
+    }
+    return m_frame;
+}
+
+const CGNSSCoordConvert::LocalFrame& CGNSSCoordConvert::RotationAt(const tagCRDCARTESIAN& ref)
+{
+    GeodeticAt(ref);
+    if (!m_frame.hasRotation) {
+        m_frame.sinB = std::sin(m_frame.blh.lat);
+        m_frame.cosB = std::cos(m_frame.blh.lat);
+        m_frame.sinL = std::sin(m_frame.blh.lon);
+        m_frame.cosL = std::cos(m_frame.blh.lon);
+        m_frame.hasRotation = true;
+    }
+    return m_frame;
+}
+
+void CGNSSCoordConvert::CartesianToGeodetic(tagCRDCARTESIAN* in, tagCRDGEODETIC* out, double, double)
+{
+    *out = GeodeticAt(*in).blh;
 }
 
 void CGNSSCoordConvert::GeodeticToCartesian(tagCRDGEODETIC* in, tagCRDCARTESIAN* out, double a, double f)
@@ -46,25 +86,21 @@ void CGNSSCoordConvert::GeodeticToCartesian(tagCRDGEODETIC* in, tagCRDCARTESIAN*
 }
 
 void CGNSSCoordConvert::CartesianToTopocentric(tagCRDCARTESIAN* p, tagCRDTOPOCENTRIC* out, tagCRDCARTESIAN* ref,
-                                               double a, double f)
+                                               double, double)
 {
-    tagCRDGEODETIC blh;
-    CartesianToGeodetic(ref, &blh, a, f);
+    const LocalFrame& frame = RotationAt(*ref);
     const double dx = p->x - ref->x, dy = p->y - ref->y, dz = p->z - ref->z;
-    const double sinB = std::sin(blh.lat), cosB = std::cos(blh.lat);
-    const double sinL = std::sin(blh.lon), cosL = std::cos(blh.lon);
+    const double sinB = frame.sinB, cosB = frame.cosB, sinL = frame.sinL, cosL = frame.cosL;
     out->north = -sinB * cosL * dx - sinB * sinL * dy + cosB * dz;
     out->east = -sinL * dx + cosL * dy;
     out->up = cosB * cosL * dx + cosB * sinL * dy + sinB * dz;
 }
 
 void CGNSSCoordConvert::TopocentricToCartesian2(tagCRDTOPOCENTRIC* in, tagCRDCARTESIAN* out, tagCRDCARTESIAN* ref,
-                                                double a, double f)
+                                                double, double)
 {
-    tagCRDGEODETIC blh;
-    CartesianToGeodetic(ref, &blh, a, f);
-    const double sinB = std::sin(blh.lat), cosB = std::cos(blh.lat);
-    const double sinL = std::sin(blh.lon), cosL = std::cos(blh.lon);
+    const LocalFrame& frame = RotationAt(*ref);
+    const double sinB = frame.sinB, cosB = frame.cosB, sinL = frame.sinL, cosL = frame.cosL;
     const double n = in->north, e = in->east, u = in->up;
     out->x = -sinB * cosL * n - sinL * e + cosB * cosL * u;
     out->y = -sinB * sinL * n + cosL * e + cosB * sinL * u;

@@ -48,6 +48,23 @@ public:
     double Get_atan(double y, double x);
     // Stores the north/east/up of the solution's position against ref.
     bool Convert_XYZ_to_NEU(tagSPPONERESULT* r, tagCRDCARTESIAN ref);
+
+private:
+    // Within an epoch every satellite is converted against the same receiver
+    // position: the geodetic position of the last point and the sines and
+    // cosines of its local frame are kept and reused while the point stays
+    // exactly the same.
+    struct LocalFrame {
+        tagCRDCARTESIAN at;
+        tagCRDGEODETIC blh;
+        double sinB, cosB, sinL, cosL;
+        bool valid;        // blh belongs to `at`
+        bool hasRotation;  // the sines and cosines too
+    };
+    const LocalFrame& GeodeticAt(const tagCRDCARTESIAN& p);
+    const LocalFrame& RotationAt(const tagCRDCARTESIAN& ref);
+
+    LocalFrame m_frame{};
 };
 
 #endif

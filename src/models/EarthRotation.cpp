@@ -79,11 +79,17 @@ double CGNSSErrorCorrection::S0(double t)
 
 int CGNSSErrorCorrection::J2000ToEarthFixed(double tt, double ut, long double* in, long double* out)
 {
-    double precession[3][3], nutation[3][3], angles[3], spin[3][3], partial[3][3], total[3][3];
-    Precession(tt, precession);
-    Nutation(tt, nutation, angles);
-    AxisRotation(2, ApparentSiderealTime(ut, angles), spin);
-    MatrixMulti(&nutation[0][0], &precession[0][0], &partial[0][0], 3, 3, 3);
-    MatrixMulti(&spin[0][0], &partial[0][0], &total[0][0], 3, 3, 3);
-    return MultMatrix1(total, in, out);
+    EarthRotationCache& cache = m_rotationCache;
+    if (!cache.valid || cache.tt != tt || cache.ut != ut) {
+        double precession[3][3], nutation[3][3], angles[3], spin[3][3], partial[3][3];
+        Precession(tt, precession);
+        Nutation(tt, nutation, angles);
+        AxisRotation(2, ApparentSiderealTime(ut, angles), spin);
+        MatrixMulti(&nutation[0][0], &precession[0][0], &partial[0][0], 3, 3, 3);
+        MatrixMulti(&spin[0][0], &partial[0][0], &cache.total[0][0], 3, 3, 3);
+        cache.tt = tt;
+        cache.ut = ut;
+        cache.valid = true;
+    }
+    return MultMatrix1(cache.total, in, out);
 }

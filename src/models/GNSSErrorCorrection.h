@@ -151,6 +151,24 @@ public:
 private:
     CGNSSCoordConvert m_coord;
     CGNSSTimeConvert m_time;
+
+    // The solid tide, the wind-up and the satellite attitude all ask for the
+    // Sun (and the tide for the Moon) at the same instant of an epoch: the
+    // last Earth rotation and the last Sun position are kept and reused for
+    // the same arguments.
+    struct EarthRotationCache {
+        double tt, ut;
+        double total[3][3];
+        bool valid;
+    };
+    struct SunCache {
+        int year, month, day;
+        double hour;
+        long double pos[3];
+        bool valid;
+    };
+    EarthRotationCache m_rotationCache{};
+    SunCache m_sunCache{};
 };
 
 // Saastamoinen slant delay; humidity as a fraction. Returns zhd + zwd.

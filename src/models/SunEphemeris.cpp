@@ -162,5 +162,19 @@ int CGNSSErrorCorrection::SolarSeries(double t, double* lbr)
 
 int CGNSSErrorCorrection::SUN(int year, int month, int day, double hour, long double* pos)
 {
-    return SeriesToEarthFixed(&CGNSSErrorCorrection::SolarSeries, year, month, day, hour, pos);
+    SunCache& cache = m_sunCache;
+    if (!cache.valid || cache.year != year || cache.month != month || cache.day != day || cache.hour != hour) {
+        if (!SeriesToEarthFixed(&CGNSSErrorCorrection::SolarSeries, year, month, day, hour, cache.pos)) {
+            cache.valid = false;
+            return 0;
+        }
+        cache.year = year;
+        cache.month = month;
+        cache.day = day;
+        cache.hour = hour;
+        cache.valid = true;
+    }
+    for (int k = 0; k < 3; ++k)
+        pos[k] = cache.pos[k];
+    return 1;
 }

@@ -10,12 +10,37 @@
 
 namespace {
 
-// a coefficient (mean plus annual term) from a pair of GMF tables.
-double SeasonalA(const double* aMean, const double* bMean, const double* aAmp, const double* bAmp,
-                 const SphericalHarmonicTerms& terms, double season)
+// Mean and annual amplitude of the hydrostatic and wet a coefficients at one
+// site: sums over the spherical-harmonic tables that depend on latitude and
+// longitude only. A receiver maps every satellite of every epoch at the same
+// site, so the sums of the last site are kept (per thread) and reused.
+struct SiteCoefficients {
+    double lat, lon;
+    double hydroMean, hydroAmplitude, wetMean, wetAmplitude;
+    bool valid;
+};
+
+const SiteCoefficients& CoefficientsAt(double lat, double lon)
 {
-    const double mean = SumSphericalHarmonics(aMean, bMean, terms);
-    const double amplitude = SumSphericalHarmonics(aAmp, bAmp, terms);
+    using namespace trop_tables;
+    thread_local SiteCoefficients site{};
+    if (!site.valid || site.lat != lat || site.lon != lon) {
+        SphericalHarmonicTerms terms;
+        EvaluateSphericalHarmonics(lat, lon, &terms);
+        site.hydroMean = SumSphericalHarmonics(ah_mean, bh_mean, terms);
+        site.hydroAmplitude = SumSphericalHarmonics(ah_amp, bh_amp, terms);
+        site.wetMean = SumSphericalHarmonics(aw_mean, bw_mean, terms);
+        site.wetAmplitude = SumSphericalHarmonics(aw_amp, bw_amp, terms);
+        site.lat = lat;
+        site.lon = lon;
+        site.valid = true;
+    }
+    return site;
+}
+
+// a coefficient: mean plus annual term.
+double SeasonalA(double mean, double amplitude, double season)
+{
     return (mean + amplitude * season) * 1e-5;
 }
 
@@ -23,16 +48,15 @@ void EvaluateGmf(double dayCount, double lat, double lon, double heightM, double
                  double* gmfw)
 {
     using namespace trop_tables;
-    SphericalHarmonicTerms terms;
-    EvaluateSphericalHarmonics(lat, lon, &terms);
+    const SiteCoefficients& site = CoefficientsAt(lat, lon);
     const double season = std::cos(SeasonAngle(dayCount));
     const double sinEl = std::sin(elev);
 
-    const double ah = SeasonalA(ah_mean, bh_mean, ah_amp, bh_amp, terms, season);
+    const double ah = SeasonalA(site.hydroMean, site.hydroAmplitude, season);
     const double ch = HydrostaticC(dayCount, lat < 0.0, lat);
     *gmfh = MappingFraction(ah, kGmfHydroB, ch, sinEl) + HydrostaticHeightCorrection(sinEl, heightM);
 
-    const double aw = SeasonalA(aw_mean, bw_mean, aw_amp, bw_amp, terms, season);
+    const double aw = SeasonalA(site.wetMean, site.wetAmplitude, season);
     *gmfw = MappingFraction(aw, kGmfWetB, kGmfWetC, sinEl);
 }
 

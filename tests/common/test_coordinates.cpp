@@ -106,3 +106,32 @@ TEST(Coordinates, GetAtanKeepsItsQuadrantRules)
 }
 
 }  // namespace
+
+// One converter serves every satellite against the same receiver; moving the
+// receiver, even by a millimetre in one axis, must give the new point's values.
+TEST(Coordinates, ConverterFollowsEachNewPointExactly)
+{
+    const tagCRDCARTESIAN points[] = {{3582104.766, 532590.178, 5232755.139},
+                                      {3582104.767, 532590.178, 5232755.139},
+                                      {3582104.766, 532590.178, 5232755.140},
+                                      {-2700000.0, -4300000.0, 3850000.0}};
+    tagCRDCARTESIAN satellite{15000000.0, 5000000.0, 21000000.0};
+    CGNSSCoordConvert shared;
+    for (int pass = 0; pass < 2; ++pass) {
+        for (tagCRDCARTESIAN p : points) {
+            CGNSSCoordConvert fresh;
+            tagCRDGEODETIC a, b;
+            shared.CartesianToGeodetic(&p, &a, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
+            fresh.CartesianToGeodetic(&p, &b, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
+            EXPECT_EQ(a.lat, b.lat);
+            EXPECT_EQ(a.lon, b.lon);
+            EXPECT_EQ(a.height, b.height);
+            tagCRDTOPOCENTRIC s, f;
+            shared.CartesianToTopocentric(&satellite, &s, &p, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
+            fresh.CartesianToTopocentric(&satellite, &f, &p, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
+            EXPECT_EQ(s.north, f.north);
+            EXPECT_EQ(s.east, f.east);
+            EXPECT_EQ(s.up, f.up);
+        }
+    }
+}

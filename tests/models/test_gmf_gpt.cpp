@@ -47,6 +47,30 @@ TEST(GlobalMappingFunction, RoutineAndMemberReproducePublishedCase)
     EXPECT_NEAR(gmfw / kTestGmfw - 1.0, 0.0, 1e-12);
 }
 
+// The site's harmonic sums are kept between calls: a call at another site, or
+// at the same latitude and another longitude, must not leak into the next.
+TEST(GlobalMappingFunction, EachSiteGetsItsOwnValuesWhateverCameBefore)
+{
+    CGNSSErrorCorrection models;
+    const int doy = static_cast<int>(kTestMjd) - 44238;
+    const tagCRDGEODETIC published{kTestLon, kTestLat, kTestHeight}, far = Site(-33.9, 18.5, 50.0);
+    const tagCRDGEODETIC others[] = {{kTestLon, kTestLat + 0.1, kTestHeight}, {kTestLon + 0.1, kTestLat, kTestHeight}};
+    for (const tagCRDGEODETIC& other : others) {
+        double afterPublished[2], afterFar[2], unused;
+        models.GetGMF(doy, 0.3, published, &unused, &unused);
+        models.GetGMF(doy, 0.3, other, &afterPublished[0], &afterPublished[1]);
+        models.GetGMF(doy, 0.3, far, &unused, &unused);
+        models.GetGMF(doy, 0.3, other, &afterFar[0], &afterFar[1]);
+        EXPECT_EQ(afterPublished[0], afterFar[0]);
+        EXPECT_EQ(afterPublished[1], afterFar[1]);
+
+        double gmfh = 0.0, gmfw = 0.0;
+        models.GetGMF(doy, _PI / 2.0 - kTestZenith, published, &gmfh, &gmfw);
+        EXPECT_NEAR(gmfh / kTestGmfh - 1.0, 0.0, 1e-12);
+        EXPECT_NEAR(gmfw / kTestGmfw - 1.0, 0.0, 1e-12);
+    }
+}
+
 TEST(GlobalMappingFunction, MemberAndRoutineAgreeOnEqualDayCounts)
 {
     CGNSSErrorCorrection models;

@@ -240,6 +240,29 @@ TEST_F(SunMoon, SunInJ2000AgainstSofaEpv00)
     EXPECT_NEAR(Length(sun) / _ASTRONOMICAL_UNIT, referenceDistance, 1e-6);
 }
 
+// The last Sun and the last Earth rotation are kept for the next call at the
+// same instant; any other instant must give what a fresh model gives.
+TEST_F(SunMoon, RepeatedAndAlternatingInstantsGiveTheValuesOfAFreshModel)
+{
+    const double hours[] = {10.0, 10.0, 10.5, 10.0, 10.0 + 1.0 / 3600.0};
+    for (double hour : hours) {
+        CGNSSErrorCorrection fresh;
+        long double sun[3], moon[3], freshSun[3], freshMoon[3];
+        model.SUN(2020, 6, 25, hour, sun);
+        model.Moon(2020, 6, 25, hour, moon);
+        fresh.Moon(2020, 6, 25, hour, freshMoon);
+        fresh.SUN(2020, 6, 25, hour, freshSun);
+        for (int k = 0; k < 3; ++k) {
+            EXPECT_EQ(sun[k], freshSun[k]) << hour;
+            EXPECT_EQ(moon[k], freshMoon[k]) << hour;
+        }
+    }
+    long double sun[3], freshSun[3];
+    model.SUN(2020, 6, 26, 10.0, sun);   // another day at the same hour
+    CGNSSErrorCorrection().SUN(2020, 6, 26, 10.0, freshSun);
+    EXPECT_EQ(sun[0], freshSun[0]);
+}
+
 // --------------------------------------------------------------- the Moon
 
 TEST_F(SunMoon, MoonMeeusExample47a)
