@@ -74,8 +74,16 @@ int DropUnusableSatellites(tagGPSOBSONEEPO* epoch, tagGMSP3REC* orbits)
         const bool identified = IdentityIsSound(s);
         if (!identified || seen[s.iprn] || !ObservationsAreSound(s)) {
             const int system = judge_sys(s.cSys);
-            if (system >= 0 && epoch->epoHead.nSysSat[system] > 0)
-                --epoch->epoHead.nSysSat[system];
+            tagEPOHEAD& head = epoch->epoHead;
+            if (system >= 0 && head.nSysSat[system] > 0)
+                --head.nSysSat[system];
+            // The used counts matter before the first stage rebuilds them (PPP-RTK
+            // corrects the observations first).
+            if (s.bUsed == 1 && head.nUsedSat > 0) {
+                --head.nUsedSat;
+                if (system >= 0 && head.nUsedSys[system] > 0)
+                    --head.nUsedSys[system];
+            }
             continue;
         }
         seen[s.iprn] = true;

@@ -16,7 +16,8 @@ bool EpochRecordIsSound(const tagGPSOBSONEEPO& epoch);
 // Removes (keeping the order of the rest) every satellite with an unknown
 // system, a number outside its system's range or inconsistent with its packed
 // index, a repeated packed index, or a non-finite or physically impossible
-// code, phase, Doppler, frequency or weight, and lowers its system's count.
+// code, phase, Doppler, frequency or weight, and lowers its system's count
+// (and the used counts when it was in use).
 // A usable satellite whose orbit record holds non-finite or impossible values
 // has that record marked invalid. Returns the number of satellites removed.
 // The record must be sound.

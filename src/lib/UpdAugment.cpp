@@ -22,8 +22,10 @@ bool t_Process::ConvetUPD2Matrix(t_upd* upd, tagGPSTIME2* t)
 {
     for (int i = 0; i < MAXSATNUM; ++i) {
         const t_upd_entry& e = upd->sat[i];
-        // A NaN fails the comparisons and is unusable; a UPD from the future is accepted.
-        const bool usable = e.valid == 1 && e.wl < 999.0 && e.nl < 999.0 && AgeSeconds(t, e.week, e.sow) < 900.0;
+        // A NaN fails the comparisons and is unusable, and so is an infinite
+        // value (out of range); a UPD from the future is accepted.
+        const bool usable = e.valid == 1 && e.wl < 999.0 && e.nl < 999.0 && IsFiniteNumber(e.wl) &&
+                            IsFiniteNumber(e.nl) && AgeSeconds(t, e.week, e.sow) < 900.0;
         upd_wl(0, i) = usable ? e.wl : 999.999;
         upd_wl(1, i) = usable ? e.wl_num : 0.0;
         upd_nl(0, i) = usable ? e.nl : 999.999;
@@ -36,7 +38,11 @@ bool t_Process::ConvetAUG2Matrix(t_aug* aug, tagGPSTIME2* t)
 {
     for (int i = 0; i < MAXSATNUM; ++i) {
         const t_aug_entry& e = aug->sat[i];
-        const bool usable = e.valid == 1 && AgeSeconds(t, e.week, e.sow) < 10.0;
+        // A correction that is not a finite number would reach the filter through
+        // the observations: out of range, so the column stays empty.
+        const bool finite = IsFiniteNumber(e.corr_l1) && IsFiniteNumber(e.corr_p1) && IsFiniteNumber(e.corr_l2) &&
+                            IsFiniteNumber(e.corr_p2);
+        const bool usable = e.valid == 1 && finite && AgeSeconds(t, e.week, e.sow) < 10.0;
         aug_mat(0, i) = usable ? 1.0 : 0.0;
         aug_mat(1, i) = usable ? e.corr_l1 : 0.0;
         aug_mat(2, i) = usable ? e.corr_p1 : 0.0;

@@ -38,8 +38,12 @@ int t_ppplib::pppos(tagOBSONEEPOONESTA* obs, t_upd* upd, t_aug* aug)
         return -2;
 
     const int mode = m_conf->mode;
-    if (mode == 7 && !m_process->AugmentCorrect(obs->epoch, aug))
-        return 0;
+    if (mode == 7) {
+        if (!m_process->AugmentCorrect(obs->epoch, aug))
+            return 0;
+        // A correction may have pushed an observation out of range.
+        DropUnusableSatellites(obs->epoch, obs->orbit);
+    }
     if (!m_process->cmp_spp(obs))
         return 0;
     if (mode < 2 || m_conf->ppp_enable != 1)

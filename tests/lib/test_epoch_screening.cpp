@@ -209,3 +209,28 @@ TEST(EpochScreening, RandomDamageGivesDocumentedCodesAndFinitePositions)
     }
     EXPECT_GT(solved, 100);   // the damage leaves most epochs solvable
 }
+
+// PPP-RTK corrects the observations before any stage: a finite but absurd
+// correction takes its satellite out instead of reaching the single point
+// solution, and the used counts follow.
+TEST(EpochScreening, AbsurdAugmentationTakesItsSatelliteOut)
+{
+    Host host;
+    host.conf.mode = 7;
+    host.Start();
+    host.SetEpoch(2020, 6, 25, 0, 15, 0.0);
+    AddPhases(host.epoch.get(), 4.0);
+    t_aug aug;
+    for (t_aug_entry& e : aug.sat) {
+        e.valid = 1;
+        e.week = host.epoch->tGpsTime.week;
+        e.sow = host.epoch->tGpsTime.sow;
+    }
+    const int satellites = host.epoch->nSatNum;
+    aug.sat[host.epoch->sat[0].iprn - 1].corr_p1 = 1e300;
+    EXPECT_EQ(host.Run(nullptr, &aug), 6);
+    EXPECT_EQ(host.epoch->nSatNum, satellites - 1);
+    EXPECT_EQ(host.epoch->epoHead.nUsedSat, satellites - 1);
+    for (double x : host.result->dPos)
+        EXPECT_TRUE(std::isfinite(x));
+}

@@ -56,6 +56,7 @@ void ExpectUpdColumn(t_Process& p, int column, bool usable, double wl, double nl
 TEST(UpdIntake, AgeAndValueChecks)
 {
     const double nan = std::numeric_limits<double>::quiet_NaN();
+    const double inf = std::numeric_limits<double>::infinity();
     const int32_t oldest = std::numeric_limits<int32_t>::min(), latest = std::numeric_limits<int32_t>::max();
     const struct {
         int32_t week;
@@ -65,6 +66,7 @@ TEST(UpdIntake, AgeAndValueChecks)
         {2111, kNow.sow - 899.9, 0.25, -0.125, true},   {2111, kNow.sow - 900.0, 0.25, -0.125, false},
         {2111, kNow.sow, 999.0, -0.125, false},         {2111, kNow.sow, 0.25, 999.0, false},
         {2111, kNow.sow, nan, -0.125, false},           {2111, kNow.sow, 0.25, nan, false},
+        {2111, kNow.sow, -inf, -0.125, false},          {2111, kNow.sow, 0.25, -inf, false},
         {2111, kNow.sow + 3600.0, 0.25, -0.125, true},  // from the future
         {2110, kNow.sow + 604800.0 - 899.9, 0.25, -0.125, true},   // across the week change
         {2110, kNow.sow + 604800.0 - 900.0, 0.25, -0.125, false},
@@ -109,6 +111,10 @@ TEST(AugIntake, AgeChecksAndRowOrder)
     aug->sat[3] = Aug(2111, kNow.sow);
     aug->sat[3].valid = 2;
     aug->sat[4] = Aug(2110, kNow.sow + 604800.0 - 5.0);
+    aug->sat[5] = Aug(2111, kNow.sow);
+    aug->sat[5].corr_p2 = std::numeric_limits<double>::quiet_NaN();
+    aug->sat[6] = Aug(2111, kNow.sow);
+    aug->sat[6].corr_l1 = -std::numeric_limits<double>::infinity();
 
     tagGPSTIME2 now = kNow;
     t_Process& p = host.process();
@@ -121,7 +127,7 @@ TEST(AugIntake, AgeChecksAndRowOrder)
         EXPECT_EQ(p.aug_mat(3, column), 0.22);   // L2
         EXPECT_EQ(p.aug_mat(4, column), 0.44);   // P2
     }
-    for (int column : {1, 3, 5, 123})
+    for (int column : {1, 3, 5, 6, 123})   // 5, 6: a correction that is not a finite number
         for (int row = 0; row < 5; ++row)
             EXPECT_EQ(p.aug_mat(row, column), 0.0) << row << ", " << column;
 
