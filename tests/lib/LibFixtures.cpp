@@ -87,4 +87,15 @@ void AddPhases(tagGPSOBSONEEPO* epoch, double ionoL1)
     }
 }
 
+t_aug FullAugmentation(const tagGPSTIME2& t)
+{
+    t_aug aug;
+    for (t_aug_entry& e : aug.sat) {
+        e.valid = 1;
+        e.week = t.week;
+        e.sow = t.sow;
+    }
+    return aug;
+}
+
 }  // namespace libtest

@@ -42,6 +42,9 @@ struct Host : enginetest::FacadeHost {
 // advances the phase as much as it delays the code; plus whole cycles.
 void AddPhases(tagGPSOBSONEEPO* epoch, double ionoL1);
 
+// Augmentation of the epoch at t for every satellite, each entry valid.
+t_aug FullAugmentation(const tagGPSTIME2& t);
+
 }  // namespace libtest
 
 #endif

@@ -220,12 +220,7 @@ TEST(EpochScreening, AbsurdAugmentationTakesItsSatelliteOut)
     host.Start();
     host.SetEpoch(2020, 6, 25, 0, 15, 0.0);
     AddPhases(host.epoch.get(), 4.0);
-    t_aug aug;
-    for (t_aug_entry& e : aug.sat) {
-        e.valid = 1;
-        e.week = host.epoch->tGpsTime.week;
-        e.sow = host.epoch->tGpsTime.sow;
-    }
+    t_aug aug = FullAugmentation(host.epoch->tGpsTime);
     const int satellites = host.epoch->nSatNum;
     aug.sat[host.epoch->sat[0].iprn - 1].corr_p1 = 1e300;
     EXPECT_EQ(host.Run(nullptr, &aug), 6);

@@ -21,17 +21,6 @@ void SetSystemCounts(tagGPSOBSONEEPO* epoch, int g, int r, int e, int c)
     std::memcpy(epoch->epoHead.nSysSat, counts, sizeof(counts));
 }
 
-t_aug FullAugmentation(const tagGPSTIME2& t)
-{
-    t_aug aug;
-    for (t_aug_entry& e : aug.sat) {
-        e.valid = 1;
-        e.week = t.week;
-        e.sow = t.sow;
-    }
-    return aug;
-}
-
 TEST(FacadeEpochCheck, PresentSystemListsAreReplacedUnlessTheFirstConfiguredSystemIsAbsent)
 {
     // The first configured system absent: rejected before the present systems
