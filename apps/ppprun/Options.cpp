@@ -1,6 +1,7 @@
 #include "Options.h"
 
 #include <cerrno>
+#include <cmath>
 #include <cstdlib>
 
 namespace ppprun {
@@ -12,7 +13,7 @@ double ParseNumber(const std::string& option, const std::string& text)
     errno = 0;
     char* end = nullptr;
     const double value = std::strtod(text.c_str(), &end);
-    if (text.empty() || *end != '\0' || errno == ERANGE)
+    if (text.empty() || *end != '\0' || errno == ERANGE || !std::isfinite(value))
         throw UsageError("option " + option + " expects a number, not '" + text + "'");
     return value;
 }
@@ -37,13 +38,14 @@ void ParseTriple(const std::string& option, const std::string& text, double* xyz
     ParseList(option, text, xyz, 3, "X,Y,Z in metres");
 }
 
-// Five positive values for G, R, E, C and BeiDou geostationary satellites.
+// Five positive values for G, R, E, C and BeiDou geostationary satellites,
+// within a range whose squares and ratios stay well inside double precision.
 void ParseWeights(const std::string& option, const std::string& text, double* values)
 {
     ParseList(option, text, values, 5, "five values G,R,E,C,C-GEO");
     for (int k = 0; k < 5; ++k)
-        if (!(values[k] > 0.0))
-            throw UsageError("option " + option + " expects positive values, not '" + text + "'");
+        if (!(values[k] >= 1e-6 && values[k] <= 1e6))
+            throw UsageError("option " + option + " expects positive values from 1e-6 to 1e6, not '" + text + "'");
 }
 
 int ParseMode(const std::string& text)

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "common/GNSSConst.h"
+#include "common/gnsscmn.h"
 #include "engine/GNSSSPP.h"
 #include "engine/NormalEquations.h"
 #include "engine/ProcInfoSite.h"
@@ -103,6 +104,10 @@ int CGNSSSPP::PPPOneEpoch(tagGPSOBSONEEPO* epo, tagGMSP3REC* orb, tagGMN* nav, t
     for (int i = 0; i < 4; ++i)
         ps->dSavedClk[i] = result->dClk[i];
     result->bValid = 0;
+    // Site coordinates that are not numbers cannot be linearised about; they
+    // would stay in the running normal equations.
+    if (!IsFiniteNumber(apriori[0]) || !IsFiniteNumber(apriori[1]) || !IsFiniteNumber(apriori[2]))
+        return 1;
     if (NoEnoughUsedSats(epo))
         return 1;
 

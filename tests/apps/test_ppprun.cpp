@@ -98,6 +98,9 @@ TEST(PpprunOptions, BadOptionsAndMissingFilesExitWithTwoAndOneLine)
         {"--obs x --sp3 y --ref 1,2", ""},
         {"--obs x --sp3 y --weights 1,1,1,1", ""},
         {"--obs x --sp3 y --code-ratios 300,0,600,600,900", ""},
+        {"--obs x --sp3 y --code-ratios 1e-300,600,600,600,900", ""},
+        {"--obs x --sp3 y --apriori nan,0,0", "--apriori"},
+        {"--obs x --sp3 y --reset-hours inf", "--reset-hours"},
         {"--obs", ""},
         {"--obs " + kObs + " --sp3 " + missing + " --quiet", missing},
     };
