@@ -195,12 +195,16 @@ struct Products {
     }
 };
 
-void NoteAntenna(const Options& o, const pppio::SiteReport& site, bool pcvLoaded, RunResult& result)
+void NoteAntenna(const Options& o, const pppio::SiteReport& site, const pppio::AntennaTable& antennas,
+                 bool pcvLoaded, RunResult& result)
 {
     if (o.atx.empty()) {
         result.notes.push_back("no ANTEX file: antenna height only, no antenna phase centre corrections");
         return;
     }
+    if (o.mode >= 2 && o.satAntenna && !antennas.hasSatellites())
+        result.notes.push_back(o.atx + " holds no satellite antennas: satellite antenna offsets are not applied, "
+                               "expect a height bias of a few centimetres");
     if (!site.calibration) {
         result.notes.push_back("receiver antenna '" + site.antenna + "' not in " + o.atx + ": antenna height only");
         return;
@@ -259,7 +263,7 @@ RunResult Run(const Options& o)
     SetCorrections(o, engine);
     const bool pcvLoaded = siteReport.calibration && engine.m_set.bRecAntenna &&
                            pppio::LoadReceiverPcv(*siteReport.calibration, engine.m_errorCorrection);
-    NoteAntenna(o, siteReport, pcvLoaded, result);
+    NoteAntenna(o, siteReport, products.antennas, pcvLoaded, result);
 
     const std::unique_ptr<tagGPSOBSONEEPO> epoch(new tagGPSOBSONEEPO());
     const std::unique_ptr<tagGMSP3REC> orbit(new tagGMSP3REC());

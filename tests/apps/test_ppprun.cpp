@@ -148,6 +148,8 @@ TEST(PpprunSample, SppAndFloatPppOfEveryEpochWithTheSummary)
         EXPECT_NE(summary.find("\"epochs\": 240,"), std::string::npos) << summary;
         EXPECT_NE(summary.find(std::string("\"result_codes\": ") + run.codes), std::string::npos) << summary;
         EXPECT_NE(summary.find("\"G\": \"C1W/C2W"), std::string::npos);
+        // The sample's antenna file has the receiver only: PPP tells the user what that costs.
+        EXPECT_EQ(summary.find("holds no satellite antennas") != std::string::npos, std::string(run.mode) == "ppp");
         const std::vector<double> rms = JsonArray(summary, "rms_neu_error_m");
         ASSERT_EQ(rms.size(), 3u) << summary;
         EXPECT_LE(std::hypot(rms[0], rms[1]), run.horizontalRms);
