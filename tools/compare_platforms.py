@@ -9,22 +9,15 @@ coordinates); any other difference in a file fails the comparison.
 Usage: tools/compare_platforms.py --native build/bin/ppprun --arm build-arm/bin/ppprun
 """
 import argparse
-import gzip
 import os
 import re
 import shutil
 import subprocess
 import sys
 
-ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
-SAMPLE = os.path.join(ROOT, 'data', 'sample')
-INPUTS = {
-    'obs': 'ESBC00DNK_R_20201770000_02H_30S_MO.rnx.gz',
-    'sp3-before': 'GRG0MGXFIN_20201760000_01D_15M_ORB.SP3.gz',
-    'sp3': 'GRG0MGXFIN_20201770000_01D_15M_ORB.SP3.gz',
-    'clk': 'GRG0MGXFIN_20201770000_02H_30S_CLK.CLK.gz',
-    'atx': 'ESBC_receiver_antenna.atx',
-}
+import bundled_sample
+from bundled_sample import ROOT
+
 RUNS = {
     'spp': ['--mode', 'spp', '--dynamics', 'kinematic', '--systems', 'GRE'],
     'static': ['--mode', 'ppp', '--dynamics', 'static', '--systems', 'GRE'],
@@ -33,23 +26,9 @@ RUNS = {
 NUMBER = re.compile(r'[-+]?(?:\d+\.\d*|\.\d+|\d+)(?:[eE][-+]?\d+)?')
 
 
-def plain_inputs(work):
-    """The sample decompressed, so that a build without zlib reads it too."""
-    paths = {}
-    for role, name in INPUTS.items():
-        target = os.path.join(work, name[:-3] if name.endswith('.gz') else name)
-        if not os.path.exists(target):
-            opener = gzip.open if name.endswith('.gz') else open
-            with opener(os.path.join(SAMPLE, name), 'rb') as src, open(target, 'wb') as dst:
-                shutil.copyfileobj(src, dst)
-        paths[role] = target
-    return paths
-
-
 def run(command, inputs, options, out):
     shutil.rmtree(out, ignore_errors=True)
-    arguments = command + ['--obs', inputs['obs'], '--sp3', inputs['sp3-before'], '--sp3', inputs['sp3'],
-                           '--clk', inputs['clk'], '--atx', inputs['atx'], '--quiet', '--out', out] + options
+    arguments = command + bundled_sample.ppprun_inputs(inputs) + ['--quiet', '--out', out] + options
     result = subprocess.run(arguments, capture_output=True, text=True)
     if result.returncode != 0:
         sys.exit(f'compare: {" ".join(arguments)} exited with {result.returncode}\n{result.stderr}')
@@ -101,7 +80,7 @@ def main():
             sys.exit(f'compare: {program} is not built')
 
     os.makedirs(args.work, exist_ok=True)
-    inputs = plain_inputs(args.work)
+    inputs = bundled_sample.write_plain(args.work)
     failed = False
     for name, options in RUNS.items():
         native_out = os.path.join(args.work, name, 'native')

@@ -11,33 +11,18 @@ reproducible from the seed. Failing inputs are kept in the work directory.
 Usage: tools/fuzz_ppprun.py [--ppprun build-asan/bin/ppprun] [--runs 200] [--seed 1]
 """
 import argparse
-import gzip
 import os
 import random
 import re
 import subprocess
 import sys
 
-ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
-SAMPLE = os.path.join(ROOT, 'data', 'sample')
-INPUTS = {
-    'obs': 'ESBC00DNK_R_20201770000_02H_30S_MO.rnx.gz',
-    'crx': 'ESBC00DNK_R_20201770000_02H_30S_MO.crx.gz',
-    'sp3-before': 'GRG0MGXFIN_20201760000_01D_15M_ORB.SP3.gz',
-    'sp3': 'GRG0MGXFIN_20201770000_01D_15M_ORB.SP3.gz',
-    'clk': 'GRG0MGXFIN_20201770000_02H_30S_CLK.CLK.gz',
-    'atx': 'ESBC_receiver_antenna.atx',
-}
+import bundled_sample
+from bundled_sample import ROOT
+
 DOCUMENTED_EXIT_CODES = (0, 2, 3)
 INSERTIONS = [b'9999999999', b'-1', b'NaN', b' ', b'0', b'-99999999.999', b'1e308', b'\t']
 NUMBER = re.compile(rb'-?\d+\.\d+')
-
-
-def read_sample(name):
-    path = os.path.join(SAMPLE, name)
-    opener = gzip.open if name.endswith('.gz') else open
-    with opener(path, 'rb') as f:
-        return f.read()
 
 
 def damage_line(rng, line):
@@ -111,26 +96,24 @@ def main():
         sys.exit(f'fuzz: {args.ppprun} is not built (make test-asan builds it)')
 
     os.makedirs(args.work, exist_ok=True)
-    originals = {role: read_sample(name) for role, name in INPUTS.items()}
-    clean = {}
-    for role, data in originals.items():
-        clean[role] = os.path.join(args.work, INPUTS[role].replace('.gz', ''))
-        with open(clean[role], 'wb') as f:
-            f.write(data)
+    clean = bundled_sample.write_plain(args.work)
+    originals = {}
+    for role, path in clean.items():
+        with open(path, 'rb') as f:
+            originals[role] = f.read()
     env = dict(os.environ, ASAN_OPTIONS='detect_leaks=1', UBSAN_OPTIONS='print_stacktrace=1:halt_on_error=1')
 
     rng = random.Random(args.seed)
     failures, exit_codes = 0, {}
     for run in range(args.runs):
-        role = rng.choice(sorted(INPUTS))
+        role = rng.choice(sorted(clean))
         damaged = os.path.join(args.work, 'damaged_' + os.path.basename(clean[role]))
         with open(damaged, 'wb') as f:
             f.write(mutate(rng, originals[role]))
         files = dict(clean, **{role: damaged})
-        command = [args.ppprun, '--obs', files['crx'] if role == 'crx' else files['obs'],
-                   '--sp3', files['sp3-before'], '--sp3', files['sp3'], '--clk', files['clk'], '--atx', files['atx'],
-                   '--mode', rng.choice(['spp', 'ppp']), '--dynamics', rng.choice(['static', 'kinematic']),
-                   '--quiet', '--out', os.path.join(args.work, 'out')]
+        command = [args.ppprun] + bundled_sample.ppprun_inputs(files, 'crx' if role == 'crx' else 'obs')
+        command += ['--mode', rng.choice(['spp', 'ppp']), '--dynamics', rng.choice(['static', 'kinematic']),
+                    '--quiet', '--out', os.path.join(args.work, 'out')]
         try:
             result = subprocess.run(command, capture_output=True, timeout=args.timeout, env=env)
         except subprocess.TimeoutExpired:
