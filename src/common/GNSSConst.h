@@ -58,6 +58,9 @@ constexpr int _MAX_PRN_GAL = 30;
 constexpr int _MAX_PRN_BDS = 35;
 constexpr double _default_v = 99999.0;      // "no value"
 
+// Cycle-slip detection: Melbourne-Wuebbena threshold in standard deviations of its running mean.
+constexpr double _TURBEDIT = 4.0;
+
 // Standard atmosphere at sea level.
 constexpr double _PS = 1013.25;             // hPa
 constexpr double _TS = 18.0;                // degrees Celsius

@@ -102,9 +102,16 @@ struct tagSP3ONESAT {
     double dClk;             // satellite clock offset (s), relativistic correction included
     double dVel[3];          // Earth-fixed velocity (m/s)
     double dClkDrift;        // s/s
-    uint8_t bValid;          // 1: position and clock are usable
+    uint8_t bValid;          // host bookkeeping; the engine does not read it
     const t_satpcv* pcv;     // satellite antenna variations, or null
 };
+
+// The engine reads only position, clock and velocity of an entry: a satellite
+// whose position is all zero has no orbit this epoch.
+inline bool OrbitPresent(const tagSP3ONESAT& o)
+{
+    return o.dPos[0] != 0.0 || o.dPos[1] != 0.0 || o.dPos[2] != 0.0;
+}
 
 // Orbits and clocks of one epoch, indexed by packed satellite index - 1.
 struct tagGMSP3REC {

@@ -137,7 +137,7 @@ public:
     int32_t m_satFlag[MAXSATNUM];
     double m_timeGap;                 // seconds since the previous epoch; -999.0 without one
     t_pppar_info m_arInfo[MAXSATNUM];
-    t_aug_entry m_aug[MAXSATNUM];
+    t_aug m_aug[MAXSATNUM];
     std::deque<t_ion> m_ion;
     std::vector<int> m_idx1;
     std::vector<int> m_idx2;

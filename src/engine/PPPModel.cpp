@@ -117,7 +117,7 @@ int CGNSSSPP::GenPPPKinLSM_A_B_P_L_RT(Matrix& A1, Matrix& A2, Matrix& satList, M
         const int slot = s.iprn - 1;
         const bool known = slot >= 0 && slot < MAXSATNUM;
         // A satellite without orbit, or of a system without a clock column, cannot be modelled.
-        if (!known || !orb->sat[slot].bValid || m >= capacity || systemColumn(s.cSys) < 0) {
+        if (!known || !OrbitPresent(orb->sat[slot]) || m >= capacity || systemColumn(s.cSys) < 0) {
             DropSatellite(epo, s);
             if (NoEnoughUsedSats(epo))
                 return 0;

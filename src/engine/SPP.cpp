@@ -107,7 +107,7 @@ void CGNSSSPP::DropUnusableSats(tagGPSOBSONEEPO* epo, const tagGMSP3REC* orb)
         if (s.bUsed != 1)
             continue;
         const bool known = s.iprn >= 1 && s.iprn <= MAXSATNUM && systemColumn(s.cSys) >= 0;
-        if (!known || orb->sat[s.iprn - 1].bValid != 1) {
+        if (!known || !OrbitPresent(orb->sat[s.iprn - 1])) {
             s.bUsed = 0;
             continue;
         }

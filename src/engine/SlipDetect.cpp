@@ -11,7 +11,6 @@
 namespace {
 
 constexpr double threshold_GF_meter = 0.1;
-constexpr double _TURBEDIT = 4.0;   // Melbourne-Wuebbena threshold in standard deviations of the mean
 constexpr double kLowElevation = 7.0;   // degrees
 constexpr double kGFElevationBand = 20.0;   // degrees
 

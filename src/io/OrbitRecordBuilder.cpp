@@ -71,10 +71,8 @@ double OrbitRecordBuilder::RelativisticCorrection(const double position[3], cons
 
 void OrbitRecordBuilder::beginEpoch(const tagCOMMONTIME& epoch, tagGMSP3REC& record)
 {
-    for (tagSP3ONESAT& sat : record.sat) {
-        sat.bValid = 0;
-        sat.pcv = nullptr;
-    }
+    // A zero position tells the library that a satellite has no orbit.
+    std::memset(&record, 0, sizeof(record));
     if (!m_applyAntenna)
         return;
     const double hour = epoch.hour + epoch.minute / 60.0 + epoch.second / 3600.0;
@@ -195,6 +193,8 @@ OrbitSource OrbitRecordBuilder::fill(int iprn, const tagGPSTIME2& receive, doubl
         source = OrbitSource::kBroadcast;   // broadcast orbits refer to the phase centre already
     }
     out.bValid = source == OrbitSource::kMissing ? 0 : 1;
+    if (source == OrbitSource::kMissing)
+        std::memset(&out, 0, sizeof(out));
     return source;
 }
 

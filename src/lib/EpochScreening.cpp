@@ -1,6 +1,7 @@
 #include "lib/EpochScreening.h"
 
 #include <cmath>
+#include <cstring>
 
 #include "common/gnsscmn.h"
 
@@ -87,8 +88,9 @@ int DropUnusableSatellites(tagGPSOBSONEEPO* epoch, tagGMSP3REC* orbits)
             continue;
         }
         seen[s.iprn] = true;
-        if (orbits && orbits->sat[s.iprn - 1].bValid && !OrbitIsSound(orbits->sat[s.iprn - 1]))
-            orbits->sat[s.iprn - 1].bValid = 0;
+        // An orbit entry that cannot be a satellite's becomes "no orbit" (a zero position).
+        if (orbits && OrbitPresent(orbits->sat[s.iprn - 1]) && !OrbitIsSound(orbits->sat[s.iprn - 1]))
+            std::memset(orbits->sat[s.iprn - 1].dPos, 0, sizeof(orbits->sat[s.iprn - 1].dPos));
         if (kept != i)
             epoch->sat[kept] = s;
         ++kept;

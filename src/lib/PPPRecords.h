@@ -61,8 +61,9 @@ struct tagOBSONEEPOONESTA {
     tagGMSP3REC* orbit;          // satellite orbits and clocks of this epoch
 };
 
-// Uncalibrated phase delays of one satellite (one of 124 entries).
-struct t_upd_entry {
+// Uncalibrated phase delays of one satellite. The host passes an array of
+// 124 entries, one per packed satellite index (entry iprn - 1).
+struct t_upd {
     uint8_t valid;
     int32_t week;
     double sow;
@@ -74,13 +75,11 @@ struct t_upd_entry {
     double nlSigma;
     int32_t nl_num;
 };
-struct t_upd {
-    t_upd_entry sat[124];
-};
 
-// Augmentation correction of one satellite (one of 124 entries).
-struct t_aug_entry {
-    t_aug_entry();
+// Augmentation correction of one satellite. The host passes an array of 124
+// entries, one per packed satellite index (entry iprn - 1).
+struct t_aug {
+    t_aug();
     uint8_t valid;
     int32_t week;
     double sow;
@@ -91,9 +90,6 @@ struct t_aug_entry {
     double corr_p1;              // m
     double corr_p2;              // m
     double reserved3;
-};
-struct t_aug {
-    t_aug_entry sat[124];
 };
 
 // One exported float ambiguity for UPD estimation; 9999.99 means no value.

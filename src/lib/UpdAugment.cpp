@@ -21,7 +21,7 @@ double AgeSeconds(const tagGPSTIME2* t, int week, double sow)
 bool t_Process::ConvetUPD2Matrix(t_upd* upd, tagGPSTIME2* t)
 {
     for (int i = 0; i < MAXSATNUM; ++i) {
-        const t_upd_entry& e = upd->sat[i];
+        const t_upd& e = upd[i];
         // A NaN fails the comparisons and is unusable, and so is an infinite
         // value (out of range); a UPD from the future is accepted.
         const bool usable = e.valid == 1 && e.wl < 999.0 && e.nl < 999.0 && IsFiniteNumber(e.wl) &&
@@ -37,7 +37,7 @@ bool t_Process::ConvetUPD2Matrix(t_upd* upd, tagGPSTIME2* t)
 bool t_Process::ConvetAUG2Matrix(t_aug* aug, tagGPSTIME2* t)
 {
     for (int i = 0; i < MAXSATNUM; ++i) {
-        const t_aug_entry& e = aug->sat[i];
+        const t_aug& e = aug[i];
         // A correction that is not a finite number would reach the filter through
         // the observations: out of range, so the column stays empty.
         const bool finite = IsFiniteNumber(e.corr_l1) && IsFiniteNumber(e.corr_p1) && IsFiniteNumber(e.corr_l2) &&

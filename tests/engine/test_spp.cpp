@@ -183,14 +183,18 @@ TEST(SinglePointPositioning, ElevationCutOffDropsLowSatellites)
     EXPECT_EQ(higher.epo->sat[g09].bUsed, 0);
 }
 
-TEST(SinglePointPositioning, SatelliteWithoutValidOrbitIsNotUsed)
+TEST(SinglePointPositioning, SatelliteWithoutOrbitIsNotUsed)
 {
+    // The engine reads position, clock and velocity only: a zero position is
+    // "no orbit", and the host's validity byte is not looked at.
     SppRun run;
     BuildEpoch(Scenario{}, run.epo.get());
+    for (tagSP3ONESAT& o : run.orbits.sat)
+        o.bValid = 0;
     const int i = FindSat(*run.epo, 'E', 24);
     ASSERT_GE(i, 0);
-    run.orbits.sat[run.epo->sat[i].iprn - 1].bValid = 0;
-    run.orbits.sat[run.epo->sat[i].iprn - 1].dPos[0] += 5000.0;   // would spoil the solution if used
+    for (double& x : run.orbits.sat[run.epo->sat[i].iprn - 1].dPos)
+        x = 0.0;
     const int all = run.epo->epoHead.nUsedSat;
     ASSERT_EQ(run.Run(), 1);
     EXPECT_EQ(run.epo->sat[i].bUsed, 0);

@@ -87,10 +87,10 @@ void AddPhases(tagGPSOBSONEEPO* epoch, double ionoL1)
     }
 }
 
-t_aug FullAugmentation(const tagGPSTIME2& t)
+std::vector<t_aug> FullAugmentation(const tagGPSTIME2& t)
 {
-    t_aug aug;
-    for (t_aug_entry& e : aug.sat) {
+    std::vector<t_aug> aug(MAXSATNUM);
+    for (t_aug& e : aug) {
         e.valid = 1;
         e.week = t.week;
         e.sow = t.sow;

@@ -43,7 +43,7 @@ struct Host : enginetest::FacadeHost {
 void AddPhases(tagGPSOBSONEEPO* epoch, double ionoL1);
 
 // Augmentation of the epoch at t for every satellite, each entry valid.
-t_aug FullAugmentation(const tagGPSTIME2& t);
+std::vector<t_aug> FullAugmentation(const tagGPSTIME2& t);
 
 }  // namespace libtest
 

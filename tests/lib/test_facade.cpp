@@ -84,7 +84,7 @@ TEST(FacadeResultCodes, ZeroIntervalRejectsEveryEpochAndSppFailureGivesZero)
     Host noOrbits;
     noOrbits.Start();
     for (tagSP3ONESAT& s : noOrbits.orbits->sat)
-        s.bValid = 0;
+        s = tagSP3ONESAT{};
     noOrbits.SetEpoch(2020, 6, 25, 0, 15, 0.0);
     EXPECT_EQ(noOrbits.Run(), 0);
 }
@@ -165,8 +165,8 @@ TEST(FacadeResultCodes, RtkModeWithAugmentationGivesSixAndKeepsSevenDegrees)
     EXPECT_EQ(host.engine().m_elevCutoff, 12.0);
     host.SetEpoch(2020, 6, 25, 0, 15, 0.0);
     AddPhases(host.epoch.get(), 4.0);
-    t_aug aug = FullAugmentation(host.epoch->tGpsTime);
-    EXPECT_EQ(host.Run(nullptr, &aug), 6);
+    std::vector<t_aug> aug = FullAugmentation(host.epoch->tGpsTime);
+    EXPECT_EQ(host.Run(nullptr, aug.data()), 6);
     EXPECT_EQ(host.engine().m_elevCutoff, 7.0);
     EXPECT_EQ(CountLines(dir / "20200625/ABCD_20200625_rtp_K_GRE.ppprtk"), 1);
 }

@@ -16,9 +16,9 @@ namespace {
 
 const tagGPSTIME2 kNow{2111, 346500.0};
 
-t_upd_entry Upd(int week, double sow, double wl, double nl)
+t_upd Upd(int week, double sow, double wl, double nl)
 {
-    t_upd_entry e{};
+    t_upd e{};
     e.valid = 1;
     e.week = week;
     e.sow = sow;
@@ -29,9 +29,9 @@ t_upd_entry Upd(int week, double sow, double wl, double nl)
     return e;
 }
 
-t_aug_entry Aug(int week, double sow)
+t_aug Aug(int week, double sow)
 {
-    t_aug_entry e;
+    t_aug e;
     e.valid = 1;
     e.week = week;
     e.sow = sow;
@@ -75,12 +75,12 @@ TEST(UpdIntake, AgeAndValueChecks)
         {latest, kNow.sow, 0.25, -0.125, true},           // from the far future
     };
     const int n = sizeof(cases) / sizeof(cases[0]);
-    auto upd = std::make_unique<t_upd>();
+    auto upd = std::make_unique<t_upd[]>(MAXSATNUM);
     for (int i = 0; i < n; ++i)
-        upd->sat[i] = Upd(cases[i].week, cases[i].sow, cases[i].wl, cases[i].nl);
-    upd->sat[n] = Upd(2111, kNow.sow, 0.25, -0.125);
-    upd->sat[n].valid = 2;   // only 1 marks a valid entry
-    upd->sat[123] = Upd(2111, kNow.sow - 1.0, 0.5, 0.75);
+        upd[i] = Upd(cases[i].week, cases[i].sow, cases[i].wl, cases[i].nl);
+    upd[n] = Upd(2111, kNow.sow, 0.25, -0.125);
+    upd[n].valid = 2;   // only 1 marks a valid entry
+    upd[123] = Upd(2111, kNow.sow - 1.0, 0.5, 0.75);
 
     Host host;
     host.Start();
@@ -94,7 +94,7 @@ TEST(UpdIntake, AgeAndValueChecks)
     ExpectUpdColumn(p, 123, true, 0.5, 0.75);
 
     // The tables are rebuilt completely: nothing of the previous record survives.
-    const auto empty = std::make_unique<t_upd>();
+    const auto empty = std::make_unique<t_upd[]>(MAXSATNUM);
     EXPECT_TRUE(p.ConvetUPD2Matrix(empty.get(), &now));
     ExpectUpdColumn(p, 0, false, 0, 0);
     ExpectUpdColumn(p, 123, false, 0, 0);
@@ -104,17 +104,17 @@ TEST(AugIntake, AgeChecksAndRowOrder)
 {
     Host host;
     host.Start();
-    auto aug = std::make_unique<t_aug>();
-    aug->sat[0] = Aug(2111, kNow.sow - 9.99);
-    aug->sat[1] = Aug(2111, kNow.sow - 10.0);
-    aug->sat[2] = Aug(2111, kNow.sow + 30.0);
-    aug->sat[3] = Aug(2111, kNow.sow);
-    aug->sat[3].valid = 2;
-    aug->sat[4] = Aug(2110, kNow.sow + 604800.0 - 5.0);
-    aug->sat[5] = Aug(2111, kNow.sow);
-    aug->sat[5].corr_p2 = std::numeric_limits<double>::quiet_NaN();
-    aug->sat[6] = Aug(2111, kNow.sow);
-    aug->sat[6].corr_l1 = -std::numeric_limits<double>::infinity();
+    auto aug = std::make_unique<t_aug[]>(MAXSATNUM);
+    aug[0] = Aug(2111, kNow.sow - 9.99);
+    aug[1] = Aug(2111, kNow.sow - 10.0);
+    aug[2] = Aug(2111, kNow.sow + 30.0);
+    aug[3] = Aug(2111, kNow.sow);
+    aug[3].valid = 2;
+    aug[4] = Aug(2110, kNow.sow + 604800.0 - 5.0);
+    aug[5] = Aug(2111, kNow.sow);
+    aug[5].corr_p2 = std::numeric_limits<double>::quiet_NaN();
+    aug[6] = Aug(2111, kNow.sow);
+    aug[6].corr_l1 = -std::numeric_limits<double>::infinity();
 
     tagGPSTIME2 now = kNow;
     t_Process& p = host.process();
@@ -131,7 +131,7 @@ TEST(AugIntake, AgeChecksAndRowOrder)
         for (int row = 0; row < 5; ++row)
             EXPECT_EQ(p.aug_mat(row, column), 0.0) << row << ", " << column;
 
-    aug->sat[0].valid = 0;
+    aug[0].valid = 0;
     EXPECT_TRUE(p.ConvetAUG2Matrix(aug.get(), &now));
     for (int row = 0; row < 5; ++row)
         EXPECT_EQ(p.aug_mat(row, 0), 0.0);
@@ -208,11 +208,11 @@ struct RtkEpoch {
     void Correct(int index)
     {
         const tagOBSONESAT& s = host.epoch->sat[index];
-        aug->sat[s.iprn - 1] = Aug(kNow.week, kNow.sow);
+        aug[s.iprn - 1] = Aug(kNow.week, kNow.sow);
     }
     Host host;
     tagGPSOBSONEEPO original;
-    std::unique_ptr<t_aug> aug = std::make_unique<t_aug>();
+    std::unique_ptr<t_aug[]> aug = std::make_unique<t_aug[]>(MAXSATNUM);
 };
 
 TEST(AugmentCorrect, LosesUncorrectedSatellitesAndFailsAtFive)
@@ -248,8 +248,8 @@ TEST(AugmentCorrect, LosesUncorrectedSatellitesAndFailsAtFive)
     RtkEpoch stale;
     for (int i = 0; i < 8; ++i)
         stale.Correct(i);
-    for (t_aug_entry& entry : stale.aug->sat)
-        entry.sow -= 10.0;
+    for (int k = 0; k < MAXSATNUM; ++k)
+        stale.aug[k].sow -= 10.0;
     EXPECT_FALSE(stale.host.process().AugmentCorrect(stale.host.epoch.get(), stale.aug.get()));
     RtkEpoch none;
     EXPECT_FALSE(none.host.process().AugmentCorrect(none.host.epoch.get(), nullptr));
@@ -282,9 +282,9 @@ TEST(AugmentCorrect, AppliesCorrectionsInCyclesOfTheSatellitesOwnFrequenciesPlus
     AddPhases(host.epoch.get(), 4.0);
     tagGPSOBSONEEPO& e = *host.epoch;
     const tagGPSOBSONEEPO before = e;
-    auto aug = std::make_unique<t_aug>();
+    auto aug = std::make_unique<t_aug[]>(MAXSATNUM);
     for (int i = 0; i < e.nSatNum; ++i) {
-        t_aug_entry& a = aug->sat[e.sat[i].iprn - 1];
+        t_aug& a = aug[e.sat[i].iprn - 1];
         a = Aug(kNow.week, kNow.sow - 2.0);
         a.corr_l1 = 0.01 * i;
         a.corr_l2 = -0.02 * i;
