@@ -7,8 +7,7 @@
 CGNSSSPP::CGNSSSPP(std::vector<char> systems, tagSITE* site, t_conf* conf)
     : m_conf(conf), m_sys(systems), m_prevEpo(nullptr), m_satFlag{}, m_timeGap(-999.0), m_nReserved(0),
       m_site(site), m_weight(conf->weight), m_f1{}, m_f2{}, m_satVal{}, m_nSysOther(0), m_nExtraPar(1),
-      m_elevCutoff(7.0), m_singleFreq(0), m_fpWL(nullptr), m_fpAmbWL(nullptr), m_fpAmbNL(nullptr), m_tropOut{},
-      m_holdCount{}
+      m_elevCutoff(7.0), m_singleFreq(0), m_fpWL(nullptr), m_fpAmbWL(nullptr), m_fpAmbNL(nullptr), m_tropOut{}
 {
     m_nSysOther = static_cast<int32_t>(systems.size()) - 1;
     for (int i = 1; i <= m_nSysOther; ++i)

@@ -12,6 +12,7 @@
 #include "common/GNSSCoordConvert.h"
 #include "common/GNSSTimeConvert.h"
 #include "common/gnsscmn.h"
+#include "engine/AmbiguityState.h"
 #include "engine/GNSSEpoch.h"
 #include "engine/GNSSNav.h"
 #include "engine/GNSSResult.h"
@@ -129,6 +130,32 @@ public:
     int DeletePPPOutlier(tagGPSOBSONEEPO* epoch, tagSPPONERESULT* result, PROCINFOSITE* site, int epochIndex,
                          int resultIndex, bool log, bool logPre, FILE* fp, int kind);
 
+    // ---- ambiguity resolution (UPD matrices: row 0 value in cycles, row 1 quality count)
+    int PPPAROneEpoch(PROCINFOSITE* site, tagGPSOBSONEEPO* epo, tagSPPONERESULT* result, const Matrix& updWl,
+                      const Matrix& updNl);
+    int ApplyUPDsOneSite(PROCINFOSITE* site, tagGPSOBSONEEPO* epo);
+    int GetDatumUPD(PROCINFOSITE* site, const Matrix& updWl, const Matrix& updNl, int minCount, char sys);
+    int AdjustDatumSat(const Matrix& updWl, const Matrix& updNl, PROCINFOSITE* site);
+    int PPPFixAmb(const Matrix& updWl, const Matrix& updNl, PROCINFOSITE* site, tagGPSOBSONEEPO* epo,
+                  tagSPPONERESULT* result);
+    // Full-set search: ratio s1/s0 (0 when the search fails, at most 999) and
+    // the rounded best integers; s0 comes back through the last argument.
+    int FixAmb(const Matrix& floats, const Matrix& Q, double* ratio, long* fixed, double* s0);
+    // Leave-one-out search: the fix with the strictly greatest ratio that
+    // passes the threshold, _AR_LEFT_OUT at the left-out position (-1 none).
+    int PartialFixAmb(const Matrix& floats, const Matrix& Q, double* bestRatio, Matrix& fixed, int* leftOut,
+                      double* s0);
+    // Values in sorted order back into list order: out[order[k]] = in[k].
+    static void RecoverOrderAmb(const std::vector<int>& order, const long* in, long* out, int n);
+    static void RecoverOrderAmb(const std::vector<int>& order, const Matrix& in, Matrix& out);
+    // The fixed satellites' ionosphere-free ambiguities (narrow-lane integer
+    // and UPD, wide-lane integer) as constraints of weight 10000 on the
+    // carried normal equations (the held ones when holding was applied),
+    // and the constrained solution.
+    int FixedAmb2NEQ(const std::vector<int>& sats, PROCINFOSITE* site, Matrix& Xfixed, Matrix& Qfixed);
+    int GenHoldAmb(PROCINFOSITE* site);
+    bool HoldAmb2NEQ(PROCINFOSITE* site);
+
     // ---- state
     t_conf* m_conf;
     std::vector<char> m_sys;          // systems of this epoch; the first is the reference system
@@ -162,10 +189,9 @@ public:
     // Troposphere output of the PPP model: [0] ZHD, [1] a-priori ZWD, [2] their
     // sum, [127 + iprn] hydrostatic and [251 + iprn] wet mapping factors.
     double m_tropOut[128 + 2 * MAXSATNUM];
-    // Held ambiguities: per-satellite counters, satellites and fixed values.
-    int32_t m_holdCount[MAXSATNUM];
-    std::vector<int> m_holdSats;
-    std::vector<double> m_holdValues;
+    // Ambiguity resolution of the site: per-satellite records, reference
+    // satellites, fixed and held ambiguities.
+    tagARSTATE m_ar;
 
 private:
     int systemColumn(char sys) const;  // clock column of a system in the SPP unknowns, -1 if absent
@@ -180,9 +206,18 @@ private:
     // Float PPP helpers.
     int CarriedNonAmbiguityCount() const;   // troposphere (+ static coordinates)
     void ResetFilter(PROCINFOSITE* ps);
-    void ClearHolds();
     bool AprioriPosition(tagSPPONERESULT* result, tagSITE* site, double pos[3]);
     void StorePPPSolution(tagGPSOBSONEEPO* epo, tagSPPONERESULT* result, PROCINFOSITE* ps, bool staticMode);
+    // Position and receiver clocks of the epoch from a solution X of the
+    // carried parameters; the epoch parameters' solution is returned in dX.
+    void BackSubstitute(const Matrix& X, PROCINFOSITE* ps, tagSPPONERESULT* result, Matrix& dX);
+    // Ambiguity resolution helpers.
+    int AmbiguityStateIndex(int column) const;   // state index of an ambiguity column
+    int FixNarrowLanes(PROCINFOSITE* ps, tagSPPONERESULT* result);
+    bool AcceptFixedSolution(PROCINFOSITE* ps, tagSPPONERESULT* result, const std::vector<int>& sats);
+    void NarrowLaneProblem(const Matrix& X, const Matrix& Q, const std::vector<int>& sats, Matrix& floats,
+                           Matrix& cofactor) const;
+    void WriteWideLaneLine(const tagARSAT& a, const tagARSAT* ref, char sys, int prn, int refIprn, double updWl);
 };
 
 #endif

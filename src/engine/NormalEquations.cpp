@@ -139,3 +139,11 @@ int GetATPA(Matrix& N, const Matrix& A, const Matrix& P)
             N(k, j) = N(j, k);
     return 1;
 }
+
+Matrix InverseWithLoading(const Matrix& N)
+{
+    Matrix loaded = N;
+    for (unsigned i = 0; i < loaded.RowNo(); ++i)
+        loaded(i, i) += 1e-15;
+    return !loaded;
+}

@@ -26,6 +26,9 @@ int GetXTPY_SingleWeight(Matrix& N11, Matrix& N22, Matrix& N12, Matrix& U1, Matr
 // Two-group builder that also returns the code-only and phase-only common blocks.
 int GetXTPY_Blocked(Matrix& N11, Matrix& N22, Matrix& N12, Matrix& U1, Matrix& U2, Matrix& N11Code,
                     Matrix& N11Phase, const Matrix& A1, const Matrix& A2, int flag, const Matrix* P, const Matrix& L);
+// The inverse of N with 1e-15 added to its diagonal, the filter's guard
+// against singular blocks.
+Matrix InverseWithLoading(const Matrix& N);
 // N = A^T diag(P) A for a 1 x m weight row.
 int GetATPA(Matrix& N, const Matrix& A, const Matrix& P);
 

@@ -14,14 +14,6 @@
 
 namespace {
 
-Matrix InverseWithLoading(const Matrix& N)
-{
-    Matrix loaded = N;
-    for (unsigned i = 0; i < loaded.RowNo(); ++i)
-        loaded(i, i) += 1e-15;
-    return !loaded;
-}
-
 Matrix ZeroMatrix(int rows, int cols)
 {
     Matrix m(rows, cols);
@@ -45,14 +37,7 @@ void CGNSSSPP::ResetFilter(PROCINFOSITE* ps)
         ps->paraList(0, j) = -999.0;
     m_set.nArCount = 0;
     if (m_set.bHoldAmb)
-        ClearHolds();
-}
-
-void CGNSSSPP::ClearHolds()
-{
-    std::memset(m_holdCount, 0, sizeof(m_holdCount));
-    m_holdSats.clear();
-    m_holdValues.clear();
+        m_ar.ClearHolds();
 }
 
 bool CGNSSSPP::AprioriPosition(tagSPPONERESULT* result, tagSITE* site, double pos[3])
@@ -200,13 +185,42 @@ int CGNSSSPP::PPPOneEpoch(tagGPSOBSONEEPO* epo, tagGMSP3REC* orb, tagGMN* nav, t
     return 1;
 }
 
+void CGNSSSPP::BackSubstitute(const Matrix& X, PROCINFOSITE* ps, tagSPPONERESULT* result, Matrix& dX)
+{
+    const Matrix coupled = ps->N12 * X;
+    const Matrix reduced = ps->U1 - coupled;
+    dX = ps->Q11 * reduced;
+    const bool staticMode = m_conf->pos_mode == 2;
+    const bool positionInA1 = m_conf->pos_mode != 1 && !staticMode;
+    // The coordinate correction to the a-priori position: carried in the
+    // static mode, an epoch parameter in the kinematic modes, none when fixed.
+    double correction[3] = {0.0, 0.0, 0.0};
+    for (int c = 0; c < 3; ++c) {
+        if (staticMode)
+            correction[c] = X(1 + c, 0);
+        else if (positionInA1)
+            correction[c] = dX(c, 0);
+    }
+    if (staticMode || positionInA1)
+        for (int c = 0; c < 3; ++c)
+            result->dPos[c] = ps->dAprioriPos[c] + correction[c];
+    result->dDx2 = correction[0] * correction[0] + correction[1] * correction[1] + correction[2] * correction[2];
+    int column = positionInA1 ? 3 : 0;
+    for (char sys : {'G', 'R', 'E', 'C'}) {
+        if (systemColumn(sys) < 0)
+            continue;
+        const int k = judge_sys(sys);
+        result->dClk[k] = ps->dSavedClk[k] + dX(column++, 0) / _LIGHT_SPEED;
+    }
+    StoreGeodetic(result);
+}
+
 void CGNSSSPP::StorePPPSolution(tagGPSOBSONEEPO* epo, tagSPPONERESULT* result, PROCINFOSITE* ps, bool staticMode)
 {
     const Matrix& X = ps->X;
     const int nFirst = CarriedNonAmbiguityCount();
-    const Matrix coupled = ps->N12 * X;
-    const Matrix reduced = ps->U1 - coupled;
-    const Matrix dX = ps->Q11 * reduced;
+    Matrix dX;
+    BackSubstitute(X, ps, result, dX);
     const int m = static_cast<int>(ps->A1.RowNo());
     const int nA = static_cast<int>(ps->A1.ColNo());
     const int nB = static_cast<int>(ps->A2.ColNo());
@@ -242,35 +256,13 @@ void CGNSSSPP::StorePPPSolution(tagGPSOBSONEEPO* epo, tagSPPONERESULT* result, P
     result->dSigma0 = sigmaPhase;
     result->dQ2 = sigmaCode;
 
-    const bool positionInA1 = m_conf->pos_mode != 1 && !staticMode;
-    const int clockStart = positionInA1 ? 3 : 0;
     for (int j = 0; j < nA && j < 7; ++j)
         result->dStd[j] = std::sqrt(std::fabs(ps->Q11(j, j))) * sigmaPhase;
-    // The coordinate correction to the a-priori position: carried in the
-    // static mode, an epoch parameter in the kinematic modes, none when fixed.
-    double correction[3] = {0.0, 0.0, 0.0};
-    if (staticMode) {
-        for (int c = 0; c < 3; ++c) {
-            correction[c] = X(1 + c, 0);
-            // The coordinates are carried: their precision comes from the filter.
+    // Carried coordinates take their precision from the filter.
+    if (staticMode)
+        for (int c = 0; c < 3; ++c)
             result->dStd[c] = std::sqrt(std::fabs(ps->Qxx(1 + c, 1 + c))) * sigmaPhase;
-        }
-    } else if (positionInA1) {
-        for (int c = 0; c < 3; ++c)
-            correction[c] = dX(c, 0);
-    }
-    if (staticMode || positionInA1)
-        for (int c = 0; c < 3; ++c)
-            result->dPos[c] = ps->dAprioriPos[c] + correction[c];
-    result->dDx2 = correction[0] * correction[0] + correction[1] * correction[1] + correction[2] * correction[2];
-    int column = clockStart;
-    for (char sys : {'G', 'R', 'E', 'C'}) {
-        if (systemColumn(sys) < 0)
-            continue;
-        result->dClk[judge_sys(sys)] += dX(column++, 0) / _LIGHT_SPEED;
-    }
 
-    StoreGeodetic(result);
     result->nSatNum = epo->epoHead.nUsedSat;
     for (int s = 0; s < 4; ++s)
         result->nSysSat[s] = epo->epoHead.nUsedSys[s];

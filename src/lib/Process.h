@@ -79,6 +79,7 @@ public:
 private:
     bool openResultFile(FILE*& handle, const std::string& path, const char* mode);
     void writeSppErrorDump(tagOBSONEEPOONESTA* obs);
+    void WriteArLog(const tagSPPONERESULT* result);
 };
 
 // One standard normal random number (polar method of Marsaglia, C rand()).
