@@ -54,9 +54,13 @@ int ParseMode(const std::string& text)
         return 1;
     if (text == "ppp")
         return 2;
+    if (text == "upd-export")
+        return 3;
+    if (text == "ar")
+        return 4;
     const double mode = ParseNumber("--mode", text);
     if (mode != static_cast<int>(mode) || mode < 0 || mode > 99)
-        throw UsageError("option --mode expects spp, ppp or a mode number, not '" + text + "'");
+        throw UsageError("option --mode expects spp, ppp, upd-export, ar or a mode number, not '" + text + "'");
     return static_cast<int>(mode);
 }
 
@@ -154,6 +158,18 @@ Options ParseOptions(int argc, char** argv)
             o.debug = true;
         else if (option == "--residuals")
             o.residuals = true;
+        else if (option == "--upd")
+            o.upd = value();
+        else if (option == "--bias")
+            o.bias = value();
+        else if (option == "--export")
+            o.exportFile = value();
+        else if (option == "--hold")
+            o.hold = true;
+        else if (option == "--ratio")
+            o.ratio = ParseNumber(option, value());
+        else if (option == "--amb-logs")
+            o.ambLogs = true;
         else
             throw UsageError("unknown option '" + option + "' (see --help)");
     }
@@ -171,6 +187,15 @@ Options ParseOptions(int argc, char** argv)
         throw UsageError("option --trop-noise expects a positive number of mm per square-root hour");
     if (o.resetHours < 0.0)
         throw UsageError("option --reset-hours expects hours, 0 or more");
+    const bool arMode = o.mode >= 4 && o.mode != 7;
+    if (arMode && o.upd.empty() && o.bias.empty())
+        throw UsageError("mode " + ModeName(o.mode) + " resolves ambiguities: give --upd FILE or --bias FILE");
+    if (!o.upd.empty() && !o.bias.empty())
+        throw UsageError("give either --upd or --bias, not both");
+    if (o.mode == 3 && o.exportFile.empty() && o.outDir.empty())
+        throw UsageError("mode upd-export writes the float ambiguities: give --export FILE or --out DIR");
+    if (!(o.ratio >= 1.0 && o.ratio <= 999.0))
+        throw UsageError("option --ratio expects a threshold from 1 to 999");
     if (o.site.size() > 60)
         throw UsageError("option --site expects a short name");
     return o;
@@ -201,8 +226,11 @@ Input:
                         (default: none)
 
 Processing:
-  --mode spp|ppp|N      spp (1), ppp float solution (2), or a library mode
-                        number (default: ppp)
+  --mode M              spp (1), ppp float solution (2), upd-export (3:
+                        float solution and the float ambiguities written
+                        for UPD estimation), ar (4: ambiguity resolution
+                        with --upd or --bias), or a library mode number
+                        (default: ppp)
   --dynamics D          static, kinematic or fixed (default: static)
   --systems LETTERS     satellite systems from G, R, E, C (default: GRE)
   --elev-mask DEG       elevation cut-off in degrees (default: 7)
@@ -223,6 +251,16 @@ Processing:
   --no-rec-antenna      no receiver antenna correction (default: on in ppp)
   --no-sat-antenna      no satellite antenna correction (default: on in ppp)
   --reset-hours H       restart the filter every H hours, 0 never (default: 0)
+
+Ambiguity resolution (GPS wide lane and narrow lane):
+  --upd FILE            satellite UPDs, ppplib UPD file (see README)
+  --bias FILE           Bias-SINEX with code and phase OSBs: codes are
+                        corrected, phase biases become the UPDs
+  --ratio R             ratio threshold of the narrow-lane search (default: 2)
+  --hold                hold fixed ambiguities from epoch to epoch (default: off)
+  --export FILE         mode upd-export: the float-ambiguity file
+                        (default: OUT/SITE.famb)
+  --amb-logs            write the library's ambiguity logs (.wl) (default: off)
 
 Output:
   --out DIR             write the library's result files under DIR and the
@@ -246,6 +284,10 @@ std::string ModeName(int mode)
         return "spp";
     if (mode == 2)
         return "ppp";
+    if (mode == 3)
+        return "upd-export";
+    if (mode == 4)
+        return "ar";
     return std::to_string(mode);
 }
 

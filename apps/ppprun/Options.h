@@ -45,6 +45,14 @@ struct Options {
     bool debug = false;
     bool residuals = false;
 
+    // Ambiguity resolution (mode ar) and the float-ambiguity export (mode upd-export).
+    std::string upd;                  // UPD file
+    std::string bias;                 // Bias-SINEX with phase biases
+    std::string exportFile;           // float-ambiguity export; default OUT/SITE.famb
+    bool hold = false;                // hold fixed ambiguities between epochs
+    double ratio = 2.0;               // ratio threshold of the narrow-lane search
+    bool ambLogs = false;             // the library's ambiguity logs (".wl", and ".amb" in mode 5)
+
     bool help = false;
 };
 

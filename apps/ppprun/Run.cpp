@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "Ambiguities.h"
 #include "Progress.h"
 #include "engine/GNSSSPP.h"
 #include "io/AntennaTable.h"
@@ -140,7 +141,7 @@ t_conf MakeConfiguration(const Options& o, double interval, const std::string& s
     }
     CopyText(site, conf.site_name);
     conf.out_debug = o.debug ? 1 : 0;
-    conf.out_amb = 0;
+    conf.out_amb = o.ambLogs ? 1 : 0;
     conf.out_res = o.residuals ? 1 : 0;
     conf.append = 0;
     return conf;
@@ -154,6 +155,8 @@ void SetCorrections(const Options& o, CGNSSSPP& engine)
     engine.m_set.bWindUp = ppp && o.windUp ? 1 : 0;
     engine.m_set.bRecAntenna = ppp && o.recAntenna ? 1 : 0;
     engine.m_set.bSatAntenna = ppp && o.satAntenna ? 1 : 0;
+    engine.m_set.bHoldAmb = o.hold ? 1 : 0;
+    engine.m_set.dRatioThres = o.ratio;
 }
 
 // The products of a run, loaded once.
@@ -275,6 +278,7 @@ RunResult Run(const Options& o)
     const pppio::CarrierFrequencies frequencies(header, o.nav.empty() ? nullptr : &products.broadcast);
     pppio::EpochAssembler assembler(header, frequencies, orbits, o.systems);
 
+    Ambiguities ambiguities(o, interval, siteReport.name);
     Accuracy accuracy(o.ref);
     Progress progress(ExpectedEpochs(header, interval), o.quiet);
     pppio::ObsEpoch in;
@@ -288,9 +292,11 @@ RunResult Run(const Options& o)
         ++result.epochs;
         station.epochIndex = static_cast<int32_t>(result.epochs);
         station.smooth = smoothing.pair;
+        t_upd* upds = ambiguities.upds(in.gpsTime);
         const auto libraryStart = std::chrono::steady_clock::now();
-        const int code = library->pppos(&station, nullptr, nullptr);
+        const int code = library->pppos(&station, upds, nullptr);
         result.librarySeconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - libraryStart).count();
+        ambiguities.afterEpoch(code, *solution, engine, pppio::secondsBetween(in.gpsTime, firstTime));
         smoothing.pair = station.smooth;
         ++result.resultCodes[code];
         if (code >= 1) {
@@ -303,6 +309,7 @@ RunResult Run(const Options& o)
     }
     progress.finish(result.epochs);
 
+    ambiguities.report(result);
     result.tally = assembler.tally();
     for (char system : o.systems)
         result.signals.emplace_back(system, assembler.signals().describe(system));

@@ -98,6 +98,21 @@ void PrintSummary(std::FILE* out, const RunResult& r)
             std::fprintf(out, "  convergence       not reached (horizontal < %.2f m, vertical < %.2f m)\n",
                          Accuracy::kHorizontalLimit, Accuracy::kVerticalLimit);
     }
+    if (!r.ar.exportFile.empty())
+        std::fprintf(out, "  float ambiguities %s\n", r.ar.exportFile.c_str());
+    if (r.ar.active) {
+        const ArFigures& a = r.ar;
+        std::fprintf(out, "  fixed epochs      %ld of %ld\n", a.fixedEpochs, r.epochs);
+        if (a.hasFirstFix)
+            std::fprintf(out, "  first fix         after %.1f min; fixed after it %.1f %%; mean ratio %.1f\n",
+                         a.firstFixSeconds / 60.0, 100.0 * a.fixedAfterFirstFix / a.epochsAfterFirstFix,
+                         a.ratioSum / a.fixedEpochs);
+        else
+            std::fprintf(out, "  first fix         none\n");
+        if (a.wideLaneCandidates > 0)
+            std::fprintf(out, "  wide lanes fixed  %.1f %% of %ld GPS satellite-epochs above 15 degrees\n",
+                         100.0 * a.wideLaneFixed / a.wideLaneCandidates, a.wideLaneCandidates);
+    }
     std::fprintf(out, "  wall time         %.2f s\n", r.wallSeconds);
     if (r.epochs > 0)
         std::fprintf(out, "  library time      %.2f s, %.3f ms per epoch\n", r.librarySeconds,
@@ -149,6 +164,20 @@ bool WriteJsonSummary(const std::string& path, const RunResult& r)
         std::fprintf(f, "  \"convergence_s\": %.1f,\n", r.convergenceSeconds);
     else
         std::fprintf(f, "  \"convergence_s\": null,\n");
+    if (r.ar.active) {
+        const ArFigures& a = r.ar;
+        std::fprintf(f, "  \"fixed_epochs\": %ld,\n", a.fixedEpochs);
+        if (a.hasFirstFix)
+            std::fprintf(f, "  \"first_fix_s\": %.1f,\n  \"fixed_after_first_fix\": %.4f,\n  \"mean_ratio\": %.2f,\n",
+                         a.firstFixSeconds, static_cast<double>(a.fixedAfterFirstFix) / a.epochsAfterFirstFix,
+                         a.ratioSum / a.fixedEpochs);
+        else
+            std::fprintf(f, "  \"first_fix_s\": null,\n  \"fixed_after_first_fix\": null,\n  \"mean_ratio\": null,\n");
+        if (a.wideLaneCandidates > 0)
+            std::fprintf(f, "  \"wide_lane_fix_rate\": %.4f,\n", static_cast<double>(a.wideLaneFixed) / a.wideLaneCandidates);
+        else
+            std::fprintf(f, "  \"wide_lane_fix_rate\": null,\n");
+    }
     std::fprintf(f, "  \"wall_s\": %.3f,\n", r.wallSeconds);
     std::fprintf(f, "  \"library_s\": %.3f\n", r.librarySeconds);
     std::fprintf(f, "}\n");

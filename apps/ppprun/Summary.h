@@ -14,6 +14,20 @@
 
 namespace ppprun {
 
+// Fixing figures of the ambiguity-resolution modes.
+struct ArFigures {
+    bool active = false;
+    long fixedEpochs = 0;
+    bool hasFirstFix = false;
+    double firstFixSeconds = 0.0;      // from the first epoch
+    long epochsAfterFirstFix = 0;      // solved epochs from the first fix on
+    long fixedAfterFirstFix = 0;
+    double ratioSum = 0.0;             // of the fixed epochs
+    long wideLaneCandidates = 0;       // satellite-epochs of GPS satellites above 15 degrees
+    long wideLaneFixed = 0;
+    std::string exportFile;            // float-ambiguity export of mode upd-export
+};
+
 struct RunResult {
     std::string obsFile;
     std::string site;
@@ -37,6 +51,7 @@ struct RunResult {
     double convergenceSeconds = 0.0;
     double wallSeconds = 0.0;
     double librarySeconds = 0.0;   // inside the library's per-epoch call
+    ArFigures ar;
 };
 
 // "G04 240, R10 12": satellites with a count, in packed order.

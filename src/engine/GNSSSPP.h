@@ -139,12 +139,13 @@ public:
     int PPPFixAmb(const Matrix& updWl, const Matrix& updNl, PROCINFOSITE* site, tagGPSOBSONEEPO* epo,
                   tagSPPONERESULT* result);
     // Full-set search: ratio s1/s0 (0 when the search fails, at most 999) and
-    // the rounded best integers; s0 comes back through the last argument.
-    int FixAmb(const Matrix& floats, const Matrix& Q, double* ratio, long* fixed, double* s0);
+    // the rounded best integers; the bootstrapped success rate of Q comes
+    // back through the last argument (null: not wanted).
+    int FixAmb(const Matrix& floats, const Matrix& Q, double* ratio, long* fixed, double* successRate);
     // Leave-one-out search: the fix with the strictly greatest ratio that
     // passes the threshold, _AR_LEFT_OUT at the left-out position (-1 none).
     int PartialFixAmb(const Matrix& floats, const Matrix& Q, double* bestRatio, Matrix& fixed, int* leftOut,
-                      double* s0);
+                      double* successRate);
     // Values in sorted order back into list order: out[order[k]] = in[k].
     static void RecoverOrderAmb(const std::vector<int>& order, const long* in, long* out, int n);
     static void RecoverOrderAmb(const std::vector<int>& order, const Matrix& in, Matrix& out);

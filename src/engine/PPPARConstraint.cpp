@@ -15,6 +15,9 @@
 namespace {
 
 constexpr double kConstraintWeight = 10000.0;
+constexpr double kMinUnitWeightSigma = 0.003;   // m, floor of the phase unit-weight error
+constexpr int kMinNarrowLanes = 4;
+constexpr double kMinSuccessRate = 0.999;
 constexpr double kHoldRatio = 5.0;
 constexpr double kHoldAgreement = 0.01;   // m
 constexpr double kHoldElevation = 15.0 * _DEG2RAD;
@@ -67,6 +70,10 @@ int CGNSSSPP::FixNarrowLanes(PROCINFOSITE* ps, tagSPPONERESULT* result)
         return 0;
     Matrix floats, Q;
     NarrowLaneProblem(ps->X, ps->Qxx, sats, floats, Q);
+    // The filter's cofactor in units of the phase's unit weight: the success
+    // rate needs the covariance.
+    const double sigma0 = std::max(result->dSigma0, kMinUnitWeightSigma);
+    Q = Q * (sigma0 * sigma0);
 
     // Smallest variance first; the partial fix drops from the end.
     std::vector<int> order(n);
@@ -80,7 +87,7 @@ int CGNSSSPP::FixNarrowLanes(PROCINFOSITE* ps, tagSPPONERESULT* result)
     }
 
     const double threshold = m_set.dRatioThres;
-    double ratio = 0.0, s0 = 0.0;
+    double ratio = 0.0, s0 = 0.0;   // s0: the success rate of the set that is tried
     std::vector<long> ints(n);
     Matrix fixedSorted(n, 1);
     if (FixAmb(sortedFloats, sortedQ, &ratio, ints.data(), &s0))
@@ -107,7 +114,11 @@ int CGNSSSPP::FixNarrowLanes(PROCINFOSITE* ps, tagSPPONERESULT* result)
     }
     result->dRatio1 = ratio;
     ps->dArValue = ratio;
-    if (ratio < threshold)
+    const int fixedCount = n - (m_ar.fixMode == 2 ? 2 : m_ar.fixMode);
+    // Beyond the ratio: enough ambiguities, and floats precise enough that
+    // rounding the decorrelated set would succeed almost surely; a few
+    // poorly converged ambiguities pass a ratio test by chance.
+    if (ratio < threshold || fixedCount < kMinNarrowLanes || s0 < kMinSuccessRate)
         return 0;
 
     Matrix fixedList;

@@ -42,7 +42,7 @@ SearchBuffers& Buffers()
 
 }  // namespace
 
-int CGNSSSPP::FixAmb(const Matrix& floats, const Matrix& Q, double* ratio, long* fixed, double* s0)
+int CGNSSSPP::FixAmb(const Matrix& floats, const Matrix& Q, double* ratio, long* fixed, double* successRate)
 {
     const int n = static_cast<int>(floats.RowNo());
     *ratio = 0.0;
@@ -57,11 +57,11 @@ int CGNSSSPP::FixAmb(const Matrix& floats, const Matrix& Q, double* ratio, long*
         for (int j = 0; j < n; ++j)
             b.Q[i + j * n] = Q(i, j);
     }
-    double s[2] = {0.0, 0.0};
-    if (lambda(n, 2, b.a.data(), b.Q.data(), b.F.data(), s) != 0)
+    double s[2] = {0.0, 0.0}, ps = 0.0;
+    if (lambda_sr(n, 2, b.a.data(), b.Q.data(), b.F.data(), s, &ps) != 0)
         return 0;
-    if (s0)
-        *s0 = s[0];
+    if (successRate)
+        *successRate = ps;
     if (s[0] < 0.0)
         return 0;
     *ratio = s[0] > 0.0 ? std::min(s[1] / s[0], _AR_RATIO_CEILING) : _AR_RATIO_CEILING;
@@ -71,7 +71,7 @@ int CGNSSSPP::FixAmb(const Matrix& floats, const Matrix& Q, double* ratio, long*
 }
 
 int CGNSSSPP::PartialFixAmb(const Matrix& floats, const Matrix& Q, double* bestRatio, Matrix& fixed, int* leftOut,
-                            double* s0)
+                            double* successRate)
 {
     const int n = static_cast<int>(floats.RowNo());
     *bestRatio = 0.0;
@@ -94,13 +94,15 @@ int CGNSSSPP::PartialFixAmb(const Matrix& floats, const Matrix& Q, double* bestR
             }
             ++rr;
         }
-        double ratio = 0.0;
-        if (!FixAmb(subFloats, subQ, &ratio, candidate.data(), s0))
+        double ratio = 0.0, ps = 0.0;
+        if (!FixAmb(subFloats, subQ, &ratio, candidate.data(), &ps))
             continue;
         *bestRatio = std::max(*bestRatio, ratio);
         if (ratio < m_set.dRatioThres || ratio <= bestPassing)
             continue;
         bestPassing = ratio;
+        if (successRate)
+            *successRate = ps;
         *leftOut = j;
         for (int r = 0, rr = 0; r < n; ++r)
             fixed(r, 0) = r == j ? _AR_LEFT_OUT : static_cast<double>(candidate[rr++]);

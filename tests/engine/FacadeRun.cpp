@@ -11,7 +11,7 @@ FacadeRun::FacadeRun(Simulator& sim, const RunOptions& options) : m_sim(sim)
 {
     t_conf& conf = m_host.conf;
     conf.ppp_enable = 1;
-    conf.mode = 2;
+    conf.mode = options.mode;
     conf.pos_mode = options.posMode;
     conf.pppos_value = options.processNoise;
     conf.elev_mask = options.elevMaskDeg;
@@ -27,12 +27,12 @@ FacadeRun::FacadeRun(Simulator& sim, const RunOptions& options) : m_sim(sim)
     m_host.Start({'G', 'E'});
 }
 
-int FacadeRun::Step(double sow, const std::function<void(tagGPSOBSONEEPO&)>& edit)
+int FacadeRun::Step(double sow, const std::function<void(tagGPSOBSONEEPO&)>& edit, t_upd* upd)
 {
     m_sim.Observe(sow, m_host.epoch.get(), m_host.orbits.get());
     if (edit)
         edit(*m_host.epoch);
-    return m_host.Run();
+    return m_host.Run(upd);
 }
 
 double FacadeRun::PositionError() const

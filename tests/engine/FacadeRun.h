@@ -18,6 +18,7 @@ struct RunOptions {
     double elevMaskDeg = 10.0;
     bool logs = false;             // result directory with the debug logs
     tagCRDCARTESIAN apriori{};     // the site's coordinates handed to the library
+    int mode = 2;                  // processing mode
 };
 
 class FacadeRun {
@@ -26,7 +27,7 @@ public:
 
     // Observes the epoch, lets the caller change the observations, and runs
     // it through the facade; returns the facade's result code.
-    int Step(double sow, const std::function<void(tagGPSOBSONEEPO&)>& edit = nullptr);
+    int Step(double sow, const std::function<void(tagGPSOBSONEEPO&)>& edit = nullptr, t_upd* upd = nullptr);
 
     // Distance of the last solution from the simulated truth (m).
     double PositionError() const;

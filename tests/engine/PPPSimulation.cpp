@@ -72,6 +72,43 @@ Simulator::Simulator(const SimSetup& setup) : m_setup(setup), m_state(setup.seed
         s.n1 = std::floor((Uniform() - 0.5) * 2e5);
         s.n2 = std::floor((Uniform() - 0.5) * 2e5);
     }
+    if (setup.phaseBiases)
+        for (Satellite& s : m_sats) {
+            s.a1 = 2.0 * Uniform() - 1.0;
+            s.a2 = 2.0 * Uniform() - 1.0;
+        }
+}
+
+// Receiver phase biases of the two frequencies (cycles), with phase biases on.
+constexpr double kReceiverBias1 = 0.21, kReceiverBias2 = -0.37;
+
+const Simulator::Satellite& Simulator::Find(char sys, int prn) const
+{
+    for (const Satellite& s : m_sats)
+        if (s.sys == sys && s.prn == prn)
+            return s;
+    return m_sats.front();
+}
+
+void Simulator::TrueUpd(char sys, int prn, double* wl, double* nl) const
+{
+    const Satellite& s = Find(sys, prn);
+    double f1, f2;
+    Frequencies(sys, &f1, &f2);
+    const double wide = s.a1 - s.a2;
+    const double wrapped = wide - std::floor(wide + 0.5);
+    const double narrow = (f1 * s.a1 - f2 * s.a2) / (f1 - f2) - f2 / (f1 - f2) * (wide - wrapped);
+    *wl = wrapped;
+    *nl = narrow - std::floor(narrow + 0.5);
+}
+
+double Simulator::IonoFreeAmbiguity(char sys, int prn) const
+{
+    const Satellite& s = Find(sys, prn);
+    double f1, f2;
+    Frequencies(sys, &f1, &f2);
+    const double b1 = m_setup.phaseBiases ? kReceiverBias1 : 0.0, b2 = m_setup.phaseBiases ? kReceiverBias2 : 0.0;
+    return _LIGHT_SPEED * (f1 * (s.n1 - s.a1 + b1) - f2 * (s.n2 - s.a2 + b2)) / (f1 * f1 - f2 * f2);
 }
 
 double Simulator::ReceiverClock(char sys, double sow)
@@ -191,8 +228,9 @@ void Simulator::Observe(double sow, tagGPSOBSONEEPO* epo, tagGMSP3REC* orb)
         const double lambda1 = _LIGHT_SPEED / obs.dF1, lambda2 = _LIGHT_SPEED / obs.dF2;
         obs.dP1 = common + iono1 + m_setup.codeSigma * Gaussian();
         obs.dP2 = common + gamma * iono1 + m_setup.codeSigma * Gaussian();
-        obs.dL1 = (common - iono1 + m_setup.phaseSigma * Gaussian()) / lambda1 + s.n1;
-        obs.dL2 = (common - gamma * iono1 + m_setup.phaseSigma * Gaussian()) / lambda2 + s.n2;
+        const double b1 = m_setup.phaseBiases ? kReceiverBias1 : 0.0, b2 = m_setup.phaseBiases ? kReceiverBias2 : 0.0;
+        obs.dL1 = (common - iono1 + m_setup.phaseSigma * Gaussian()) / lambda1 + s.n1 - s.a1 + b1;
+        obs.dL2 = (common - gamma * iono1 + m_setup.phaseSigma * Gaussian()) / lambda2 + s.n2 - s.a2 + b2;
 
         const int system = s.sys == 'G' ? 0 : 2;
         ++epo->epoHead.nSysSat[system];

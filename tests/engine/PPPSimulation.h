@@ -27,6 +27,7 @@ struct SimSetup {
     double codeSigma = 0.3;      // white noise of each code (m)
     double phaseSigma = 0.003;   // white noise of each phase (m)
     double minElevDeg = 7.0;     // satellites below are not delivered
+    bool phaseBiases = false;    // satellite and receiver phase biases (fractional cycles)
     uint64_t seed = 20200625;
 };
 
@@ -46,6 +47,14 @@ public:
     // cycles from the next observation on.
     void SlipL1(char sys, int prn, int cycles);
 
+    // Library-domain UPDs of a satellite (cycles), wrapped into half a cycle
+    // as a product publishes them: wide lane a1 - a2 and narrow lane
+    // (f1 a1 - f2 a2)/(f1 - f2) of its phase biases a (the narrow lane
+    // corrected for the wrap of the wide lane).
+    void TrueUpd(char sys, int prn, double* wl, double* nl) const;
+    // Ambiguity term of the ionosphere-free phase (m), biases included.
+    double IonoFreeAmbiguity(char sys, int prn) const;
+
     // The receiver clock of a system's observations (s).
     static double ReceiverClock(char sys, double sow);
 
@@ -61,8 +70,10 @@ private:
         double clock0, clockDrift;                     // s, s/s
         double verticalIono;                           // m on the first frequency
         double n1, n2;                                 // ambiguities (cycles)
+        double a1, a2;                                 // phase biases (cycles)
     };
     void Inertial(const Satellite& s, double t, double out[3]) const;
+    const Satellite& Find(char sys, int prn) const;
     double Uniform();    // in [0, 1)
     double Gaussian();   // standard normal
 

@@ -1,0 +1,77 @@
+#include "Ambiguities.h"
+
+#include "common/GNSSConst.h"
+#include "common/gnsscmn.h"
+
+namespace ppprun {
+
+namespace {
+
+constexpr double kWideLaneElevation = 15.0 * _DEG2RAD;   // the library's fixing cut-off
+
+}  // namespace
+
+Ambiguities::Ambiguities(const Options& o, double interval, const std::string& site)
+    : m_ar(o.mode >= 4 && o.mode != 7), m_upds(MAXSATNUM)
+{
+    if (m_ar && !o.upd.empty())
+        m_product = pppio::UpdProduct::read(o.upd);
+    if (o.mode == 3) {
+        const std::string path = o.exportFile.empty() ? o.outDir + "/" + site + ".famb" : o.exportFile;
+        m_export.reset(new pppio::AmbiguityExportWriter(path, interval));
+        m_figures.exportFile = path;
+    }
+    m_figures.active = m_ar;
+}
+
+t_upd* Ambiguities::upds(const tagGPSTIME2& t)
+{
+    if (!m_ar)
+        return nullptr;
+    m_product.fill(t, m_upds.data());
+    return m_upds.data();
+}
+
+void Ambiguities::afterEpoch(int code, const tagSPPONERESULT& solution, const CGNSSSPP& engine,
+                             double secondsSinceStart)
+{
+    if (m_export && code == 3)
+        m_export->append(solution.upds);
+    if (!m_ar || code < 2)
+        return;
+    ArFigures& f = m_figures;
+    const bool fixed = code == 4;
+    if (fixed) {
+        ++f.fixedEpochs;
+        f.ratioSum += solution.dRatio;
+        if (!f.hasFirstFix) {
+            f.hasFirstFix = true;
+            f.firstFixSeconds = secondsSinceStart;
+        }
+    }
+    if (f.hasFirstFix) {
+        ++f.epochsAfterFirstFix;
+        if (fixed)
+            ++f.fixedAfterFirstFix;
+    }
+    // Wide lanes: GPS satellites other than the reference, high enough to be tried.
+    for (int iprn = 1; iprn <= 32; ++iprn) {
+        const tagARSAT& a = engine.m_ar.sat[iprn - 1];
+        if (a.nColumn < 0 || a.nColumn == engine.m_ar.refColumn[0] || a.dElev < kWideLaneElevation)
+            continue;
+        ++f.wideLaneCandidates;
+        if (a.dWLInt != _AR_WL_NOT_FIXED)
+            ++f.wideLaneFixed;
+    }
+}
+
+void Ambiguities::report(RunResult& result) const
+{
+    result.ar = m_figures;
+    if (m_ar && m_product.wideLane.empty() && m_product.narrowLane.empty())
+        result.notes.push_back("no UPDs: no epoch can be fixed");
+    for (const std::string& warning : m_product.warnings)
+        result.notes.push_back(warning);
+}
+
+}  // namespace ppprun

@@ -1,0 +1,41 @@
+// What ppprun adds around the library for ambiguity resolution: the UPDs of
+// each epoch (from a UPD file or a Bias-SINEX), the float-ambiguity export of
+// the upd-export mode, and the fixing figures of the summary.
+#ifndef PPPRUN_AMBIGUITIES_H
+#define PPPRUN_AMBIGUITIES_H
+
+#include <memory>
+#include <vector>
+
+#include "Options.h"
+#include "Summary.h"
+#include "engine/GNSSSPP.h"
+#include "io/AmbiguityExport.h"
+#include "io/UpdFile.h"
+
+namespace ppprun {
+
+class Ambiguities {
+public:
+    // Loads the UPD product and opens the export as the options say.
+    Ambiguities(const Options& o, double interval, const std::string& site);
+
+    // The UPD entries for an epoch, or null when the run uses none.
+    t_upd* upds(const tagGPSTIME2& t);
+
+    // After the library's call: the export of mode upd-export and the fixing figures.
+    void afterEpoch(int code, const tagSPPONERESULT& solution, const CGNSSSPP& engine, double secondsSinceStart);
+
+    void report(RunResult& result) const;
+
+private:
+    bool m_ar;
+    pppio::UpdProduct m_product;
+    std::vector<t_upd> m_upds;
+    std::unique_ptr<pppio::AmbiguityExportWriter> m_export;
+    ArFigures m_figures;
+};
+
+}  // namespace ppprun
+
+#endif
