@@ -134,23 +134,28 @@ int UpdProduct::fill(const tagGPSTIME2& t, t_upd upds[kMaxPackedIndex]) const
     LatestValid(narrowLane, t, nlInterval, nl);
     int valid = 0;
     for (int k = 0; k < kMaxPackedIndex; ++k) {
-        t_upd& u = upds[k];
         const bool both = wl[k] >= 0 && nl[k] >= 0;
-        const UpdValue* w = both ? &wideLane[static_cast<size_t>(wl[k])] : nullptr;
-        const UpdValue* n = both ? &narrowLane[static_cast<size_t>(nl[k])] : nullptr;
-        u.valid = both ? 1 : 0;
-        u.week = t.week;
-        u.sow = t.sow;
-        u.reserved[0] = u.reserved[1] = 0.0;
-        u.wl = w ? w->value : kUnusable;
-        u.wlSigma = w ? w->sigma : kUnusable;
-        u.wl_num = w ? w->count : 0;
-        u.nl = n ? n->value : kUnusable;
-        u.nlSigma = n ? n->sigma : kUnusable;
-        u.nl_num = n ? n->count : 0;
+        setUpdEntry(upds[k], t, both ? &wideLane[static_cast<size_t>(wl[k])] : nullptr,
+                    both ? &narrowLane[static_cast<size_t>(nl[k])] : nullptr);
         valid += both ? 1 : 0;
     }
     return valid;
+}
+
+void setUpdEntry(t_upd& u, const tagGPSTIME2& t, const UpdValue* w, const UpdValue* n)
+{
+    if (!w || !n)
+        w = n = nullptr;
+    u.valid = w ? 1 : 0;
+    u.week = t.week;
+    u.sow = t.sow;
+    u.reserved[0] = u.reserved[1] = 0.0;
+    u.wl = w ? w->value : kUnusable;
+    u.wlSigma = w ? w->sigma : kUnusable;
+    u.wl_num = w ? w->count : 0;
+    u.nl = n ? n->value : kUnusable;
+    u.nlSigma = n ? n->sigma : kUnusable;
+    u.nl_num = n ? n->count : 0;
 }
 
 }  // namespace pppio
