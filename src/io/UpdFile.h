@@ -58,6 +58,11 @@ struct UpdProduct {
     int fill(const tagGPSTIME2& t, t_upd upds[kMaxPackedIndex]) const;
 };
 
+// One entry of the library's UPD array for epoch t: valid = 1 with both
+// values when both are given, otherwise valid = 0 and values of 999
+// (unusable). week/sow = t either way.
+void setUpdEntry(t_upd& entry, const tagGPSTIME2& t, const UpdValue* wideLane, const UpdValue* narrowLane);
+
 }  // namespace pppio
 
 #endif
