@@ -2,6 +2,7 @@
 
 #include "common/GNSSConst.h"
 #include "common/gnsscmn.h"
+#include "io/PhaseBiasUpd.h"
 
 namespace ppprun {
 
@@ -16,6 +17,8 @@ Ambiguities::Ambiguities(const Options& o, double interval, const std::string& s
 {
     if (m_ar && !o.upd.empty())
         m_product = pppio::UpdProduct::read(o.upd);
+    if (m_ar && !o.bias.empty())
+        m_biases.reset(new pppio::BiasSinex(pppio::BiasSinex::read(o.bias)));
     if (o.mode == 3) {
         const std::string path = o.exportFile.empty() ? o.outDir + "/" + site + ".famb" : o.exportFile;
         m_export.reset(new pppio::AmbiguityExportWriter(path, interval));
@@ -24,11 +27,27 @@ Ambiguities::Ambiguities(const Options& o, double interval, const std::string& s
     m_figures.active = m_ar;
 }
 
-t_upd* Ambiguities::upds(const tagGPSTIME2& t)
+t_upd* Ambiguities::upds(const tagGPSTIME2& t, tagGPSOBSONEEPO& epoch)
 {
     if (!m_ar)
         return nullptr;
-    m_product.fill(t, m_upds.data());
+    if (!m_biases) {
+        m_product.fill(t, m_upds.data());
+        return m_upds.data();
+    }
+    pppio::fillUpdsFromOsb(*m_biases, t, m_upds.data());
+    // The UPDs assume codes free of satellite biases.
+    for (int i = 0; i < epoch.nSatNum; ++i) {
+        tagOBSONESAT& s = epoch.sat[i];
+        const auto c1 = pppio::codeBiasMetres(*m_biases, s.iprn, s.obsHead.code1, t);
+        const auto c2 = pppio::codeBiasMetres(*m_biases, s.iprn, s.obsHead.code2, t);
+        if (c1 && c2) {
+            s.dP1 -= *c1;
+            s.dP2 -= *c2;
+        } else {
+            m_upds[s.iprn - 1].valid = 0;   // no code OSB: no UPD either
+        }
+    }
     return m_upds.data();
 }
 
@@ -68,7 +87,13 @@ void Ambiguities::afterEpoch(int code, const tagSPPONERESULT& solution, const CG
 void Ambiguities::report(RunResult& result) const
 {
     result.ar = m_figures;
-    if (m_ar && m_product.wideLane.empty() && m_product.narrowLane.empty())
+    if (m_biases) {
+        if (m_biases->unsupported() > 0)
+            result.notes.push_back(std::to_string(m_biases->unsupported()) +
+                                   " Bias-SINEX lines other than OSB are not supported and were skipped");
+        for (const std::string& warning : m_biases->warnings())
+            result.notes.push_back(warning);
+    } else if (m_ar && m_product.wideLane.empty() && m_product.narrowLane.empty())
         result.notes.push_back("no UPDs: no epoch can be fixed");
     for (const std::string& warning : m_product.warnings)
         result.notes.push_back(warning);

@@ -11,6 +11,7 @@
 #include "Summary.h"
 #include "engine/GNSSSPP.h"
 #include "io/AmbiguityExport.h"
+#include "io/BiasSinexReader.h"
 #include "io/UpdFile.h"
 
 namespace ppprun {
@@ -20,8 +21,10 @@ public:
     // Loads the UPD product and opens the export as the options say.
     Ambiguities(const Options& o, double interval, const std::string& site);
 
-    // The UPD entries for an epoch, or null when the run uses none.
-    t_upd* upds(const tagGPSTIME2& t);
+    // The UPD entries for an epoch, or null when the run uses none. With a
+    // Bias-SINEX the epoch's code observations are corrected by their OSBs
+    // first (satellites without a code OSB leave the epoch's use).
+    t_upd* upds(const tagGPSTIME2& t, tagGPSOBSONEEPO& epoch);
 
     // After the library's call: the export of mode upd-export and the fixing figures.
     void afterEpoch(int code, const tagSPPONERESULT& solution, const CGNSSSPP& engine, double secondsSinceStart);
@@ -31,6 +34,7 @@ public:
 private:
     bool m_ar;
     pppio::UpdProduct m_product;
+    std::unique_ptr<pppio::BiasSinex> m_biases;
     std::vector<t_upd> m_upds;
     std::unique_ptr<pppio::AmbiguityExportWriter> m_export;
     ArFigures m_figures;

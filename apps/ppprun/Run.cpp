@@ -292,7 +292,7 @@ RunResult Run(const Options& o)
         ++result.epochs;
         station.epochIndex = static_cast<int32_t>(result.epochs);
         station.smooth = smoothing.pair;
-        t_upd* upds = ambiguities.upds(in.gpsTime);
+        t_upd* upds = ambiguities.upds(in.gpsTime, *epoch);
         const auto libraryStart = std::chrono::steady_clock::now();
         const int code = library->pppos(&station, upds, nullptr);
         result.librarySeconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - libraryStart).count();

@@ -59,6 +59,7 @@ struct tagARSTATE {
     std::vector<int> release;         // satellites whose held ambiguity is to be released
     int32_t fixMode;                  // 0 full set, 1 one left out, 2 two left out
     double partialValue;              // partial-fixing value of the epoch
+    double distance;                  // squared distance of the last search's best integers
     // Held ambiguities.
     int32_t holdCount[MAXSATNUM];     // consecutive epochs a satellite's held value agreed
     std::vector<int> holdSats;

@@ -62,6 +62,7 @@ int CGNSSSPP::FixAmb(const Matrix& floats, const Matrix& Q, double* ratio, long*
         return 0;
     if (successRate)
         *successRate = ps;
+    m_ar.distance = s[0];
     if (s[0] < 0.0)
         return 0;
     *ratio = s[0] > 0.0 ? std::min(s[1] / s[0], _AR_RATIO_CEILING) : _AR_RATIO_CEILING;
@@ -168,7 +169,8 @@ int CGNSSSPP::PPPFixAmb(const Matrix& updWl, const Matrix& updNl, PROCINFOSITE* 
             WriteWideLaneLine(a, nullptr, sys, iprn2prn(iprn), refIprn, updWl(0, iprn - 1));
             continue;
         }
-        if (updWl(1, iprn - 1) < minCount || updWl(1, refIprn - 1) < minCount) {
+        if (updWl(1, iprn - 1) < minCount || updWl(1, refIprn - 1) < minCount || updNl(1, iprn - 1) < minCount ||
+            updNl(1, refIprn - 1) < minCount) {
             a.dWLInt = _AR_WL_NOT_FIXED;
         } else {
             const double B = a.dWL - (updWl(0, iprn - 1) - updWl(0, refIprn - 1));
