@@ -18,6 +18,7 @@ constexpr double kConstraintWeight = 10000.0;
 constexpr double kMinUnitWeightSigma = 0.003;   // m, floor of the phase unit-weight error
 constexpr int kMinNarrowLanes = 4;
 constexpr double kMinSuccessRate = 0.999;
+constexpr double kMaxNarrowLaneSigma = 0.7;     // cycles, of each float narrow lane
 constexpr double kHoldRatio = 5.0;
 constexpr double kHoldAgreement = 0.01;   // m
 constexpr double kHoldElevation = 15.0 * _DEG2RAD;
@@ -33,6 +34,16 @@ void AddDifferenceConstraint(Matrix& N, Matrix& U, int s, int r, double value, d
     N(s, r) -= weight;
     N(r, s) -= weight;
     U(r, 0) -= weight * value;
+}
+
+// The 99.9 % quantile of the chi-square distribution with n degrees of
+// freedom (Wilson-Hilferty; within 1 % from n = 3 on).
+double ChiSquareQuantile999(int n)
+{
+    constexpr double z = 3.090232306;   // 99.9 % quantile of the standard normal
+    const double a = 2.0 / (9.0 * n);
+    const double c = 1.0 - a + z * std::sqrt(a);
+    return n * c * c * c;
 }
 
 }  // namespace
@@ -115,10 +126,16 @@ int CGNSSSPP::FixNarrowLanes(PROCINFOSITE* ps, tagSPPONERESULT* result)
     result->dRatio1 = ratio;
     ps->dArValue = ratio;
     const int fixedCount = n - (m_ar.fixMode == 2 ? 2 : m_ar.fixMode);
-    // Beyond the ratio: enough ambiguities, and floats precise enough that
-    // rounding the decorrelated set would succeed almost surely; a few
-    // poorly converged ambiguities pass a ratio test by chance.
-    if (ratio < threshold || fixedCount < kMinNarrowLanes || s0 < kMinSuccessRate)
+    // Beyond the ratio: enough ambiguities; floats precise enough that
+    // rounding the decorrelated set would succeed almost surely and that
+    // none of them is still metres from converged; and integers that fit the
+    // floats as their covariance says (chi-square at 99.9 %). Floats biased
+    // by unmodelled effects pass a ratio test by chance early in an arc.
+    double largestSigma = 0.0;
+    for (int i = 0; i < n; ++i)
+        largestSigma = std::max(largestSigma, std::sqrt(Q(i, i)));
+    if (ratio < threshold || fixedCount < kMinNarrowLanes || s0 < kMinSuccessRate ||
+        m_ar.distance > ChiSquareQuantile999(fixedCount) || largestSigma > kMaxNarrowLaneSigma)
         return 0;
 
     Matrix fixedList;
