@@ -23,6 +23,7 @@ namespace {
 constexpr int kSystems = 3;   // receiver biases per system: G, R, E
 constexpr uint32_t kSatelliteStream = 1000;
 constexpr uint32_t kStationStream = 2000;
+constexpr double kSlipElevation = 15.0 * _PI / 180.0;
 
 int SystemSlot(char system)
 {
@@ -247,15 +248,17 @@ void Simulator::simulateStation(Station& st, const EpochContext& ctx)
         st.visible.emplace_back(k, g);
     }
 
-    // A slip jumps the ambiguities of one satellite that continues its arc.
+    // A slip jumps the ambiguities of one satellite that continues its arc,
+    // well above the elevation masks of the processing.
     const bool slip = std::binary_search(st.slipEpochs.begin(), st.slipEpochs.end(), ctx.index);
     long slipSatellite = -1;
     if (slip && !st.visible.empty()) {
         const size_t pick = static_cast<size_t>(st.random.integer(0, static_cast<int>(st.visible.size()) - 1));
         for (size_t n = 0; n < st.visible.size() && slipSatellite < 0; ++n) {
-            const size_t candidate = st.visible[(pick + n) % st.visible.size()].first;
-            if (st.arcs[m_satellites[candidate].iprn - 1].lastEpoch == ctx.index - 1)
-                slipSatellite = static_cast<long>(candidate);
+            const std::pair<size_t, Geometry>& candidate = st.visible[(pick + n) % st.visible.size()];
+            if (st.arcs[m_satellites[candidate.first].iprn - 1].lastEpoch == ctx.index - 1 &&
+                candidate.second.elevation > kSlipElevation)
+                slipSatellite = static_cast<long>(candidate.first);
         }
     }
 
@@ -271,9 +274,10 @@ void Simulator::simulateStation(Station& st, const EpochContext& ctx)
             arc.n[0] = st.random.integer(-100000, 100000);
             arc.n[1] = st.random.integer(-100000, 100000);
         } else if (static_cast<long>(entry.first) == slipSatellite) {
-            const int d1 = st.random.integer(1, 5) * (st.random.uniform() < 0.5 ? -1 : 1);
-            const int kind = st.random.integer(0, 2);
-            const int d2 = kind == 0 ? 0 : kind == 1 ? d1 : st.random.integer(-5, 5);
+            // The wide lane jumps by 4 to 8 cycles (3 m and more in the
+            // Melbourne-Wuebbena combination) so that a slip detector can see it.
+            const int d1 = st.random.integer(1, 8) * (st.random.uniform() < 0.5 ? -1 : 1);
+            const int d2 = d1 - st.random.integer(4, 8) * (st.random.uniform() < 0.5 ? -1 : 1);
             arc.n[0] += d1;
             arc.n[1] += d2;
             m_slips.push_back({st.site.name, sat.id(), ctx.time, d1, d2});
