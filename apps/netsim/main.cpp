@@ -12,8 +12,6 @@
 #include "Options.h"
 #include "Simulator.h"
 #include "TruthFiles.h"
-#include "common/gnsscmn.h"
-#include "engine/GNSSEpoch.h"
 #include "io/ClockReader.h"
 #include "io/GpsTime.h"
 #include "io/ReadError.h"
@@ -23,15 +21,6 @@ namespace {
 constexpr int kDone = 0;
 constexpr int kFailed = 1;
 constexpr int kBadInput = 2;
-
-pppio::SatelliteSet WantedSatellites(const std::string& systems)
-{
-    pppio::SatelliteSet wanted;
-    for (int iprn = 1; iprn <= MAXSATNUM; ++iprn)
-        if (systems.find(judge_sys_char(iprn)) != std::string::npos)
-            wanted.add(iprn);
-    return wanted;
-}
 
 tagGPSTIME2 ParseStart(const std::string& text)
 {
@@ -66,7 +55,7 @@ int Simulate(const netsim::Options& o)
         std::fprintf(stderr, "netsim: cannot create %s: %s\n", o.outDir.c_str(), std::strerror(errno));
         return kBadInput;
     }
-    const pppio::SatelliteSet wanted = WantedSatellites(o.systems);
+    const pppio::SatelliteSet wanted = pppio::SatelliteSet::ofSystems(o.systems);
     pppio::PreciseOrbit orbit;
     for (const std::string& path : o.sp3)
         orbit.load(path, wanted);
