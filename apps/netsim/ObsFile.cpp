@@ -113,6 +113,11 @@ void WriteHeader(std::FILE* out, const pppio::RinexObsHeader& header, const Head
             line += " " + code;
         Line(out, line, "SYS / # / OBS TYPES");
     }
+    // The simulated phases need no quarter-cycle alignment: zero shifts.
+    for (const SystemSignals& s : kSignals)
+        for (const std::string& code : header.obsTypes(s.system).codes)
+            if (code[0] == 'L')
+                Line(out, Format("%c %s %8.5f", s.system, code.c_str(), 0.0), "SYS / PHASE SHIFT");
     Line(out, Format("%10.3f", fields.interval), "INTERVAL");
     Line(out, TimeField(fields.first), "TIME OF FIRST OBS");
     Line(out, TimeField(fields.last), "TIME OF LAST OBS");
