@@ -13,7 +13,7 @@
 #include <string>
 
 #include "HeaderCopy.h"
-#include "ObsRecordWriter.h"
+#include "io/ObsRecordWriter.h"
 #include "io/RinexObsReader.h"
 
 namespace {
@@ -59,7 +59,7 @@ void Convert(const std::string& inPath, const std::string& outPath)
     pppio::RinexObsReader reader(inPath);
     OutputFile out(outPath);
     crx2rnx::CopyHeader(inPath, out.get());
-    crx2rnx::ObsRecordWriter writer(out.get());
+    pppio::ObsRecordWriter writer(out.get());
     pppio::ObsEpoch epoch;
     while (reader.next(epoch))
         writer.write(reader.header(), epoch);

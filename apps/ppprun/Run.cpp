@@ -91,15 +91,6 @@ long ExpectedEpochs(const pppio::RinexObsHeader& header, double interval)
     return span >= 0.0 ? static_cast<long>(span / interval + 0.5) + 1 : 0;
 }
 
-pppio::SatelliteSet WantedSatellites(const std::string& systems)
-{
-    pppio::SatelliteSet wanted;
-    for (int iprn = 1; iprn <= MAXSATNUM; ++iprn)
-        if (systems.find(judge_sys_char(iprn)) != std::string::npos)
-            wanted.add(iprn);
-    return wanted;
-}
-
 void CopyText(const std::string& text, char (&field)[1024])
 {
     std::strncpy(field, text.c_str(), sizeof(field) - 1);
@@ -172,7 +163,7 @@ struct Products {
         // The first epoch of a clock file's day is received after the
         // file's first sample but sent up to a tenth of a second before it.
         clock.setEdgeExtrapolation(1.0);
-        const pppio::SatelliteSet wanted = WantedSatellites(o.systems);
+        const pppio::SatelliteSet wanted = pppio::SatelliteSet::ofSystems(o.systems);
         for (const std::string& path : o.sp3)
             orbit.load(path, wanted);
         for (const std::string& path : o.clk)

@@ -63,6 +63,15 @@ SatelliteSet SatelliteSet::all()
     return set;
 }
 
+SatelliteSet SatelliteSet::ofSystems(const std::string& letters)
+{
+    SatelliteSet set;
+    for (int iprn = 1; iprn <= kMaxPackedIndex; ++iprn)
+        if (letters.find(judge_sys_char(iprn)) != std::string::npos)
+            set.add(iprn);
+    return set;
+}
+
 void SkippedSatellites::add(const char* id)
 {
     const std::string name(id, 3);

@@ -26,6 +26,8 @@ std::string satelliteName(int iprn);
 class SatelliteSet {
 public:
     static SatelliteSet all();
+    // Every packed index of the systems named by `letters` ("GRE").
+    static SatelliteSet ofSystems(const std::string& letters);
     void add(int iprn)
     {
         if (iprn >= 1 && iprn <= kMaxPackedIndex)

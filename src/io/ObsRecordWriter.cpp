@@ -1,13 +1,10 @@
-#include "ObsRecordWriter.h"
+#include "io/ObsRecordWriter.h"
 
 #include <stdexcept>
 
-namespace crx2rnx {
+namespace pppio {
 
 namespace {
-
-using pppio::ObsEpoch;
-using pppio::ObsSatellite;
 
 constexpr int kSatellitesPerLine2 = 12;  // satellite list of a RINEX 2 epoch line
 constexpr int kValuesPerLine2 = 5;       // observations per RINEX 2 data line
@@ -78,7 +75,7 @@ void AppendFlagAndCount(std::string& line, int flag, int count)
 
 }  // namespace
 
-void ObsRecordWriter::write(const pppio::RinexObsHeader& header, const ObsEpoch& epoch)
+void ObsRecordWriter::write(const RinexObsHeader& header, const ObsEpoch& epoch)
 {
     const bool event = epoch.isEvent();
     const int count = event ? static_cast<int>(epoch.eventRecords.size()) : epoch.satelliteCount();
@@ -139,10 +136,10 @@ void ObsRecordWriter::appendClock(const ObsEpoch& epoch, size_t column, int widt
         FailField("receiver clock offset at " + TimeText(epoch.time), epoch.clockOffset, width, decimals);
 }
 
-void ObsRecordWriter::writeSatellite(const pppio::RinexObsHeader& header, const ObsEpoch& epoch, int sat)
+void ObsRecordWriter::writeSatellite(const RinexObsHeader& header, const ObsEpoch& epoch, int sat)
 {
     const ObsSatellite& satellite = epoch.satellite(sat);
-    const pppio::SystemObsTypes& types = header.obsTypes(satellite.system);
+    const SystemObsTypes& types = header.obsTypes(satellite.system);
     const bool rinex2 = header.version < 3.0;
     m_line.clear();
     if (!rinex2)
@@ -150,7 +147,7 @@ void ObsRecordWriter::writeSatellite(const pppio::RinexObsHeader& header, const 
     for (int k = 0; k < types.count(); ++k) {
         if (rinex2 && k > 0 && k % kValuesPerLine2 == 0)
             endLine();
-        const pppio::ObsValue& obs = epoch.obs(sat, k);
+        const ObsValue& obs = epoch.obs(sat, k);
         if (!obs.present()) {
             m_line.append(kBlankObservation, ' ');
             continue;
@@ -175,4 +172,4 @@ void ObsRecordWriter::endLine()
     m_line.clear();
 }
 
-}  // namespace crx2rnx
+}  // namespace pppio

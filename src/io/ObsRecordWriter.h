@@ -2,9 +2,13 @@
 // 3.xx/4.xx, in the standard fixed format: the epoch line, then per
 // satellite each observation as F14.3 followed by the loss-of-lock and
 // signal-strength digits; blanks for an absent value or a zero flag, and no
-// trailing blanks.
-#ifndef CRX2RNX_OBSRECORDWRITER_H
-#define CRX2RNX_OBSRECORDWRITER_H
+// trailing blanks. The header is the caller's (copied or written).
+//
+//   pppio::ObsRecordWriter writer(file);
+//   while (reader.next(epoch))
+//       writer.write(reader.header(), epoch);
+#ifndef PPPIO_OBSRECORDWRITER_H
+#define PPPIO_OBSRECORDWRITER_H
 
 #include <cstdio>
 #include <string>
@@ -12,7 +16,7 @@
 #include "io/ObsEpoch.h"
 #include "io/RinexObsHeader.h"
 
-namespace crx2rnx {
+namespace pppio {
 
 class ObsRecordWriter {
 public:
@@ -21,19 +25,19 @@ public:
     // Writes one epoch record (data or event) as read with `header`, whose
     // scale factors are put back on the values. Throws std::runtime_error
     // when a value does not fit its field.
-    void write(const pppio::RinexObsHeader& header, const pppio::ObsEpoch& epoch);
+    void write(const RinexObsHeader& header, const ObsEpoch& epoch);
 
 private:
-    void writeEpochLine2(const pppio::ObsEpoch& epoch, int count);
-    void writeEpochLine3(const pppio::ObsEpoch& epoch, int count);
-    void appendClock(const pppio::ObsEpoch& epoch, size_t column, int width, int decimals);
-    void writeSatellite(const pppio::RinexObsHeader& header, const pppio::ObsEpoch& epoch, int sat);
+    void writeEpochLine2(const ObsEpoch& epoch, int count);
+    void writeEpochLine3(const ObsEpoch& epoch, int count);
+    void appendClock(const ObsEpoch& epoch, size_t column, int width, int decimals);
+    void writeSatellite(const RinexObsHeader& header, const ObsEpoch& epoch, int sat);
     void endLine();
 
     std::FILE* m_out;
     std::string m_line;  // the line being built, reused
 };
 
-}  // namespace crx2rnx
+}  // namespace pppio
 
 #endif

@@ -1,0 +1,35 @@
+// The built-in network: reference stations 100-1000 km apart around the
+// western Baltic, static rovers inside it and a kinematic rover walking on
+// a circle. Positions are the truth of the simulation (ECEF, m).
+#ifndef NETSIM_NETWORK_H
+#define NETSIM_NETWORK_H
+
+#include <string>
+#include <vector>
+
+namespace netsim {
+
+enum class Role { kStation, kRover, kKinematic };
+
+struct Site {
+    std::string name;       // four characters
+    Role role;
+    double xyz[3];          // ECEF truth (for the kinematic rover: the circle's centre)
+    double lat, lon, height;  // geodetic of xyz, rad and m
+};
+
+// The first `stations` reference stations (1-12), `rovers` static rovers
+// (0-2) and, when asked, the kinematic rover KIN1.
+std::vector<Site> BuildNetwork(int stations, int rovers, bool kinematic);
+
+// Position of a site `seconds` after the start: fixed, or on a circle of
+// kCircleRadius metres around the centre at walking speed.
+constexpr double kCircleRadius = 100.0;
+constexpr double kWalkingSpeed = 1.4;   // m/s
+void SitePosition(const Site& site, double seconds, double xyz[3]);
+
+const char* RoleName(Role role);
+
+}  // namespace netsim
+
+#endif

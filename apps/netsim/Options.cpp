@@ -1,0 +1,135 @@
+#include "Options.h"
+
+#include <cerrno>
+#include <cmath>
+#include <cstdlib>
+
+namespace netsim {
+
+namespace {
+
+double ParseNumber(const std::string& option, const std::string& text, double low, double high)
+{
+    errno = 0;
+    char* end = nullptr;
+    const double value = std::strtod(text.c_str(), &end);
+    if (text.empty() || *end != '\0' || errno == ERANGE || !(value >= low && value <= high))
+        throw UsageError("option " + option + " expects a number from " + std::to_string(low) + " to " +
+                         std::to_string(high) + ", not '" + text + "'");
+    return value;
+}
+
+int ParseCount(const std::string& option, const std::string& text, int low, int high)
+{
+    const double value = ParseNumber(option, text, low, high);
+    if (value != std::floor(value))
+        throw UsageError("option " + option + " expects a whole number, not '" + text + "'");
+    return static_cast<int>(value);
+}
+
+std::string ParseSystems(const std::string& text)
+{
+    std::string systems;
+    for (char wanted : {'G', 'R', 'E'})
+        if (text.find(wanted) != std::string::npos)
+            systems += wanted;
+    if (text.empty() || text.find_first_not_of("GRE") != std::string::npos || systems.size() != text.size())
+        throw UsageError("option --systems expects letters of G, R, E, not '" + text + "'");
+    return systems;
+}
+
+}  // namespace
+
+Options ParseOptions(int argc, char** argv)
+{
+    Options o;
+    for (int i = 1; i < argc; ++i) {
+        const std::string option = argv[i];
+        auto value = [&]() -> std::string {
+            if (i + 1 >= argc)
+                throw UsageError("option " + option + " needs a value");
+            return argv[++i];
+        };
+        if (option == "--help" || option == "-h")
+            o.help = true;
+        else if (option == "--sp3")
+            o.sp3.push_back(value());
+        else if (option == "--clk")
+            o.clk.push_back(value());
+        else if (option == "--out")
+            o.outDir = value();
+        else if (option == "--stations")
+            o.stations = ParseCount(option, value(), 1, 12);
+        else if (option == "--rovers")
+            o.rovers = ParseCount(option, value(), 0, 2);
+        else if (option == "--kinematic")
+            o.kinematic = true;
+        else if (option == "--start") {
+            o.start = value();
+            o.hasStart = true;
+        } else if (option == "--hours")
+            o.hours = ParseNumber(option, value(), 1.0 / 3600.0, 48.0);
+        else if (option == "--interval")
+            o.interval = ParseNumber(option, value(), 1.0, 3600.0);
+        else if (option == "--systems")
+            o.systems = ParseSystems(value());
+        else if (option == "--seed")
+            o.seed = static_cast<uint32_t>(ParseNumber(option, value(), 0.0, 4294967295.0));
+        else if (option == "--elev-mask")
+            o.elevMask = ParseNumber(option, value(), 0.0, 60.0);
+        else if (option == "--code-sigma")
+            o.codeSigma = ParseNumber(option, value(), 0.0, 10.0);
+        else if (option == "--phase-sigma")
+            o.phaseSigma = ParseNumber(option, value(), 0.0, 0.05);
+        else if (option == "--slips")
+            o.slipsPerDay = ParseNumber(option, value(), 0.0, 1000.0);
+        else if (option == "--gaps")
+            o.gapsPerDay = ParseNumber(option, value(), 0.0, 100.0);
+        else if (option == "--nl-drift")
+            o.nlDriftPerHour = ParseNumber(option, value(), -1.0, 1.0);
+        else if (option == "--clock-walk")
+            o.clockWalk = ParseNumber(option, value(), 0.0, 1e-6);
+        else if (option == "--nl-interval")
+            o.nlInterval = ParseNumber(option, value(), 30.0, 86400.0);
+        else
+            throw UsageError("unknown option " + option + " (see --help)");
+    }
+    if (o.help)
+        return o;
+    if (o.sp3.empty() || o.clk.empty())
+        throw UsageError("--sp3 and --clk are required");
+    if (o.outDir.empty())
+        throw UsageError("--out is required");
+    return o;
+}
+
+std::string HelpText()
+{
+    return "usage: netsim --sp3 FILE [--sp3 FILE] --clk FILE --out DIR [options]\n"
+           "Simulates RINEX 3.04 observation files of a network of stations with known truth\n"
+           "(coordinates, satellite and receiver biases, ambiguities) from precise orbits and clocks.\n"
+           "  --sp3 FILE            SP3 orbits, repeat for consecutive days (required)\n"
+           "  --clk FILE            RINEX clocks, repeat for several files (required)\n"
+           "  --out DIR             output folder, created when missing (required)\n"
+           "  --stations N          reference stations of the built-in network, 1-12 (default: 10)\n"
+           "  --rovers N            static rovers inside the network, 0-2 (default: 2)\n"
+           "  --kinematic           also a rover KIN1 moving on a 100 m circle (default: off)\n"
+           "  --start TIME          first epoch YYYY-MM-DDTHH:MM:SS, GPS time (default: the first clock epoch)\n"
+           "  --hours H             time span in hours (default: 24)\n"
+           "  --interval S          observation interval in seconds (default: 30)\n"
+           "  --systems LETTERS     satellite systems from G, R, E (default: GRE)\n"
+           "  --seed N              random seed; equal seeds give equal files (default: 1)\n"
+           "  --elev-mask DEG       elevation mask in degrees (default: 5)\n"
+           "  --code-sigma M        code noise at the zenith, grows as 1/sin(elev) (default: 0.3)\n"
+           "  --phase-sigma M       phase noise at the zenith, grows as 1/sin(elev) (default: 0.0025)\n"
+           "  --slips N             cycle slips per station and day: N1 and N2 jump, the wide lane by 4-8\n"
+           "                        cycles, no loss-of-lock flag (default: 3)\n"
+           "  --gaps N              data gaps of all satellites per station and day (default: 1)\n"
+           "  --nl-drift C          drift of the satellite narrow-lane biases, cycles per hour (default: 0)\n"
+           "  --clock-walk S        receiver clock random-walk step per epoch, seconds (default: 2e-9)\n"
+           "  --nl-interval S       narrow-lane interval of the UPD truth file, seconds (default: 900)\n"
+           "Outputs in DIR: NAME.rnx per station, stations.txt, truth.upd, truth.bia, slips.txt,\n"
+           "and KIN1_trajectory.txt with --kinematic.\n";
+}
+
+}  // namespace netsim
