@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-tagARSTATE::tagARSTATE() : refColumn{-1, -1, -1, -1}, fixMode(0), partialValue(1.0), holdCount{}, nHoldCount(0),
+tagARSTATE::tagARSTATE() : refColumn{-1, -1, -1, -1}, fixMode(0), partialValue(1.0), distance(0.0), variance0(0.0), holdCount{}, nHoldCount(0),
                            holdApplied(false)
 {
     ClearEpoch();

@@ -60,6 +60,7 @@ struct tagARSTATE {
     int32_t fixMode;                  // 0 full set, 1 one left out, 2 two left out
     double partialValue;              // partial-fixing value of the epoch
     double distance;                  // squared distance of the last search's best integers
+    double variance0;                 // smoothed phase unit-weight variance (m^2), 0 before the first
     // Held ambiguities.
     int32_t holdCount[MAXSATNUM];     // consecutive epochs a satellite's held value agreed
     std::vector<int> holdSats;

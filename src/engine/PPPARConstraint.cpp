@@ -17,7 +17,8 @@ namespace {
 constexpr double kConstraintWeight = 10000.0;
 constexpr double kMinUnitWeightSigma = 0.003;   // m, floor of the phase unit-weight error
 constexpr int kMinNarrowLanes = 4;
-constexpr double kMinSuccessRate = 0.999;
+constexpr double kVarianceSmoothing = 0.05;   // per epoch, of the unit-weight variance
+constexpr double kMinSuccessRate = 0.99;
 constexpr double kMaxNarrowLaneSigma = 0.7;     // cycles, of each float narrow lane
 constexpr double kHoldRatio = 5.0;
 constexpr double kHoldAgreement = 0.01;   // m
@@ -73,18 +74,28 @@ void CGNSSSPP::NarrowLaneProblem(const Matrix& X, const Matrix& Q, const std::ve
 
 int CGNSSSPP::FixNarrowLanes(PROCINFOSITE* ps, tagSPPONERESULT* result)
 {
-    const std::vector<int> sats = m_ar.fixable;
-    const int n = static_cast<int>(sats.size());
     m_ar.partialValue = 1.0;
     m_ar.fixMode = 0;
+    // The filter's cofactor in units of the phase's unit weight: the success
+    // rate and the chi-square test need the covariance. One epoch's estimate
+    // of the unit weight scatters too much; a smoothed one serves.
+    const double sigma0 = std::max(result->dSigma0, kMinUnitWeightSigma);
+    m_ar.variance0 = m_ar.variance0 > 0.0 ? m_ar.variance0 + kVarianceSmoothing * (sigma0 * sigma0 - m_ar.variance0)
+                                          : sigma0 * sigma0;
+    const double variance0 = m_ar.variance0;
+    // Ambiguities of arcs that have not converged yet stay float.
+    Matrix floats, Q;
+    NarrowLaneProblem(ps->X, ps->Qxx, m_ar.fixable, floats, Q);
+    std::vector<int> sats;
+    for (size_t i = 0; i < m_ar.fixable.size(); ++i)
+        if (Q(i, i) * variance0 <= kMaxNarrowLaneSigma * kMaxNarrowLaneSigma)
+            sats.push_back(m_ar.fixable[i]);
+    const int n = static_cast<int>(sats.size());
     if (n < 1)
         return 0;
-    Matrix floats, Q;
-    NarrowLaneProblem(ps->X, ps->Qxx, sats, floats, Q);
-    // The filter's cofactor in units of the phase's unit weight: the success
-    // rate needs the covariance.
-    const double sigma0 = std::max(result->dSigma0, kMinUnitWeightSigma);
-    Q = Q * (sigma0 * sigma0);
+    if (sats.size() != m_ar.fixable.size())
+        NarrowLaneProblem(ps->X, ps->Qxx, sats, floats, Q);
+    Q = Q * variance0;
 
     // Smallest variance first; the partial fix drops from the end.
     std::vector<int> order(n);
@@ -127,15 +138,12 @@ int CGNSSSPP::FixNarrowLanes(PROCINFOSITE* ps, tagSPPONERESULT* result)
     ps->dArValue = ratio;
     const int fixedCount = n - (m_ar.fixMode == 2 ? 2 : m_ar.fixMode);
     // Beyond the ratio: enough ambiguities; floats precise enough that
-    // rounding the decorrelated set would succeed almost surely and that
-    // none of them is still metres from converged; and integers that fit the
-    // floats as their covariance says (chi-square at 99.9 %). Floats biased
-    // by unmodelled effects pass a ratio test by chance early in an arc.
-    double largestSigma = 0.0;
-    for (int i = 0; i < n; ++i)
-        largestSigma = std::max(largestSigma, std::sqrt(Q(i, i)));
+    // rounding the decorrelated set would succeed almost surely; and
+    // integers that fit the floats as their covariance says (chi-square at
+    // 99.9 %). Floats biased by unmodelled effects pass a ratio test by
+    // chance early in an arc.
     if (ratio < threshold || fixedCount < kMinNarrowLanes || s0 < kMinSuccessRate ||
-        m_ar.distance > ChiSquareQuantile999(fixedCount) || largestSigma > kMaxNarrowLaneSigma)
+        m_ar.distance > ChiSquareQuantile999(fixedCount))
         return 0;
 
     Matrix fixedList;

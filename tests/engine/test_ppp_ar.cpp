@@ -103,7 +103,7 @@ TEST(PPPAmbiguityResolution, TrueUpdsFixTheTrueIntegers)
     const struct {
         int posMode;
         double firstFixMinutes, fixedShare, finalError;   // min, share of epochs after the first fix, m
-    } cases[] = {{2, 15.0, 0.65, 0.01}, {3, 35.0, 0.6, 0.03}};
+    } cases[] = {{2, 20.0, 0.65, 0.01}, {3, 35.0, 0.6, 0.03}};
     for (const auto& c : cases) {
         SCOPED_TRACE("dynamics " + std::to_string(c.posMode));
         const ArOutcome out = RunAr(c.posMode, nullptr);
