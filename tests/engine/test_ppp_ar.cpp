@@ -13,8 +13,10 @@
 #include "common/gnsscmn.h"
 #include "engine/GNSSSPP.h"
 #include "engine/ProcInfoSite.h"
+#include "support/FacadeHost.h"
 
 using namespace pppsim;
+using Matrix = math::matrix<double>;
 
 namespace {
 
@@ -53,7 +55,7 @@ struct ArOutcome {
 };
 
 // Runs the ambiguity-resolution mode and a float twin on the same simulation.
-ArOutcome RunAr(int posMode, const UpdEdit& edit)
+ArOutcome RunAr(int posMode, const UpdEdit& edit, bool hold = false)
 {
     SimSetup setup;
     setup.phaseBiases = true;
@@ -63,6 +65,7 @@ ArOutcome RunAr(int posMode, const UpdEdit& edit)
     options.processNoise = 1e-3;
     options.mode = 4;
     FacadeRun run(sim, options);
+    run.engine().m_set.bHoldAmb = hold ? 1 : 0;
     options.mode = 2;
     FacadeRun floatRun(floatSim, options);
 
@@ -73,6 +76,10 @@ ArOutcome RunAr(int posMode, const UpdEdit& edit)
         const int code = run.Step(Sow(k), nullptr, upds.data());
         EXPECT_EQ(floatRun.Step(Sow(k)), 2);
         EXPECT_TRUE(code == 2 || code == 4) << "epoch " << k << " code " << code;
+        // No reference satellite before ten minutes of arc: no wide lane either.
+        if (run.state().datumSat[0] < 0) {
+            EXPECT_EQ(run.result().nSysCnt2[0], 0);
+        }
         if (code != 4)
             continue;
         ++out.fixedEpochs;
@@ -102,11 +109,12 @@ TEST(PPPAmbiguityResolution, TrueUpdsFixTheTrueIntegers)
     // share is lower than under a real sky.
     const struct {
         int posMode;
+        bool hold;
         double firstFixMinutes, fixedShare, finalError;   // min, share of epochs after the first fix, m
-    } cases[] = {{2, 20.0, 0.65, 0.01}, {3, 35.0, 0.6, 0.03}};
+    } cases[] = {{2, false, 20.0, 0.65, 0.01}, {3, false, 35.0, 0.6, 0.03}, {3, true, 35.0, 0.6, 0.03}};
     for (const auto& c : cases) {
-        SCOPED_TRACE("dynamics " + std::to_string(c.posMode));
-        const ArOutcome out = RunAr(c.posMode, nullptr);
+        SCOPED_TRACE("dynamics " + std::to_string(c.posMode) + (c.hold ? ", holding" : ""));
+        const ArOutcome out = RunAr(c.posMode, nullptr, c.hold);
         ASSERT_GE(out.firstFix, 0) << "never fixed";
         // Fixing starts after five minutes of float solutions.
         EXPECT_LE(out.firstFix * 30.0, c.firstFixMinutes * 60.0);
@@ -134,4 +142,91 @@ TEST(PPPAmbiguityResolution, DamagedUpdsNeverGiveAWrongFix)
         EXPECT_EQ(out.wrongAmbiguities, 0) << "of " << out.fixedAmbiguities;
         EXPECT_LE(out.worstExcess, 0.01);
     }
+}
+
+TEST(PPPAmbiguityResolution, ExportedFloatsAreTheTrueAmbiguitiesPlusTheUpds)
+{
+    // Mode 3 on the biased simulation: between two GPS satellites the
+    // exported wide lane minus the true UPDs is an integer, and the exported
+    // ionosphere-free ambiguity is the negated true one.
+    SimSetup setup;
+    setup.phaseBiases = true;
+    Simulator sim(setup);
+    RunOptions options;
+    options.processNoise = 1e-3;
+    options.mode = 3;
+    FacadeRun run(sim, options);
+    for (int k = 0; k < kEpochs; ++k)
+        ASSERT_EQ(run.Step(Sow(k)), 3) << "epoch " << k;
+    const t_input_upds& record = run.result().upds;
+    std::vector<const t_input_upd*> gps;
+    for (const t_input_upd& slot : record.gps)
+        if (slot.valid && slot.lock > 100 && slot.param > 20.0 * _DEG2RAD)
+            gps.push_back(&slot);
+    ASSERT_GE(gps.size(), 3u);
+    const t_input_upd& ref = *gps[0];
+    double refWl, refNl, wl, nl;
+    sim.TrueUpd('G', ref.prn, &refWl, &refNl);
+    for (size_t i = 1; i < gps.size(); ++i) {
+        const t_input_upd& s = *gps[i];
+        SCOPED_TRACE("G" + std::to_string(s.prn));
+        sim.TrueUpd('G', s.prn, &wl, &nl);
+        const double wide = (s.mw - ref.mw) - (wl - refWl);
+        EXPECT_NEAR(wide, std::round(wide), 0.1);
+        const double truth = -(sim.IonoFreeAmbiguity('G', s.prn) - sim.IonoFreeAmbiguity('G', ref.prn));
+        EXPECT_NEAR(s.amb - ref.amb, truth, 0.05);
+        EXPECT_EQ(s.iprn, s.prn);
+    }
+    for (const t_input_upd& slot : record.glo)
+        EXPECT_EQ(slot.valid, 0);
+}
+
+TEST(PPPAmbiguityResolution, SearchRatioAndLeaveOneOut)
+{
+    enginetest::FacadeHost host;
+    host.Start({'G'});
+    CGNSSSPP& engine = host.engine();
+    engine.m_set.dRatioThres = 3.0;
+    auto column = [](std::initializer_list<double> v) {
+        Matrix m(static_cast<unsigned>(v.size()), 1);
+        unsigned i = 0;
+        for (double x : v)
+            m(i++, 0) = x;
+        return m;
+    };
+    auto diagonal = [](unsigned n, double variance) {
+        Matrix q(n, n);
+        q.Null();
+        for (unsigned i = 0; i < n; ++i)
+            q(i, i) = variance;
+        return q;
+    };
+    // One ambiguity 0.01 from its integer: s1/s0 = (0.99/0.01)^2 = 9801, reported as 999.
+    double ratio = 0.0, ps = 0.0;
+    long fixed[5] = {};
+    ASSERT_TRUE(engine.FixAmb(column({3.01}), diagonal(1, 1e-4), &ratio, fixed, &ps));
+    EXPECT_EQ(ratio, _AR_RATIO_CEILING);
+    EXPECT_EQ(fixed[0], 3);
+    // s1/s0 = (0.6/0.4)^2 = 2.25 by hand.
+    ASSERT_TRUE(engine.FixAmb(column({-1.4}), diagonal(1, 1e-2), &ratio, fixed, &ps));
+    EXPECT_NEAR(ratio, 2.25, 1e-9);
+    EXPECT_EQ(fixed[0], -1);
+    // A half-cycle ambiguity spoils the full set; leaving it out fixes the rest.
+    const Matrix floats = column({2.02, -0.99, 7.49, 0.03, 5.01});
+    const Matrix Q = diagonal(5, 4e-4);
+    ASSERT_TRUE(engine.FixAmb(floats, Q, &ratio, fixed, &ps));
+    EXPECT_LT(ratio, 3.0);
+    Matrix partial;
+    int leftOut = -1;
+    ASSERT_TRUE(engine.PartialFixAmb(floats, Q, &ratio, partial, &leftOut, &ps));
+    EXPECT_EQ(leftOut, 2);
+    EXPECT_GE(ratio, 3.0);
+    const double expected[5] = {2.0, -1.0, _AR_LEFT_OUT, 0.0, 5.0};
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(partial(i, 0), expected[i]) << i;
+    // Back into list order.
+    Matrix listOrder;
+    CGNSSSPP::RecoverOrderAmb({4, 0, 3, 1, 2}, partial, listOrder);
+    EXPECT_EQ(listOrder(4, 0), 2.0);
+    EXPECT_EQ(listOrder(3, 0), _AR_LEFT_OUT);
 }
