@@ -1,0 +1,312 @@
+#include "io/UpdEstimator.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <map>
+
+#include "common/GNSSConst.h"
+#include "io/FractionalBiasFit.h"
+#include "io/GpsTime.h"
+
+namespace pppio {
+
+namespace {
+
+constexpr double kNoValue = 9999.0;
+constexpr int kSystems = 3;            // receiver biases per station: G, E, C
+constexpr double kSigmaFloor = 0.01;   // cycles; keeps one sample from dominating
+constexpr double kSigmaCeiling = 1.0;
+
+int SystemSlot(int iprn)
+{
+    if (iprn >= 1 && iprn <= _MAX_PRN_GPS)
+        return 0;
+    const int galileo = _MAX_PRN_GPS + _MAX_PRN_GLO + 1;
+    if (iprn >= galileo && iprn < galileo + _MAX_PRN_GAL)
+        return 1;
+    if (iprn >= galileo + _MAX_PRN_GAL && iprn <= _MAX_PRN)
+        return 2;
+    return -1;
+}
+
+double Seconds(const tagGPSTIME2& t)
+{
+    return t.week * kSecondsPerWeek + t.sow;
+}
+
+tagGPSTIME2 TimeOf(int64_t seconds)
+{
+    tagGPSTIME2 t;
+    t.week = static_cast<int32_t>(seconds / 604800);
+    t.sow = static_cast<double>(seconds - static_cast<int64_t>(t.week) * 604800);
+    return t;
+}
+
+double ClampSigma(double sigma)
+{
+    if (!(sigma >= kSigmaFloor))
+        return std::isnan(sigma) ? kSigmaCeiling : kSigmaFloor;
+    return std::min(sigma, kSigmaCeiling);
+}
+
+// The part of a satellite's continuous arc that falls in one day.
+struct ArcSegment {
+    int station;
+    int iprn;
+    int64_t day;
+    double arcStart;      // seconds, start of the whole arc
+    double start;         // seconds, first epoch in this day
+    double end;           // last epoch in this day
+    double maxElevation = -90.0;
+    double wl = kNoValue; // value at the last epoch with one
+    double wlSigma = kNoValue;
+    bool fixed = false;   // wide-lane integer known
+    double integer = 0.0;
+};
+
+// Splits every station's records into arc segments; segmentOf[station][k]
+// is the segment of record k, -1 for a satellite without UPDs.
+void BuildSegments(const std::vector<StationAmbiguities>& network, std::vector<ArcSegment>& segments,
+                   std::vector<std::vector<int>>& segmentOf)
+{
+    segmentOf.resize(network.size());
+    for (size_t st = 0; st < network.size(); ++st) {
+        const std::vector<FloatAmbiguity>& records = network[st].records;
+        int current[_MAX_PRN + 1];
+        int lastLock[_MAX_PRN + 1];
+        std::fill(current, current + _MAX_PRN + 1, -1);
+        std::fill(lastLock, lastLock + _MAX_PRN + 1, 0);
+        std::vector<int>& of = segmentOf[st];
+        of.assign(records.size(), -1);
+        for (size_t k = 0; k < records.size(); ++k) {
+            const FloatAmbiguity& r = records[k];
+            if (SystemSlot(r.iprn) < 0)
+                continue;
+            const double t = Seconds(r.time);
+            const int64_t day = static_cast<int64_t>(std::floor(t / kSecondsPerDay));
+            int& seg = current[r.iprn];
+            const bool newArc = seg < 0 || r.lock < lastLock[r.iprn];
+            lastLock[r.iprn] = r.lock;
+            if (newArc || segments[static_cast<size_t>(seg)].day != day) {
+                ArcSegment s;
+                s.station = static_cast<int>(st);
+                s.iprn = r.iprn;
+                s.day = day;
+                s.arcStart = newArc ? t : segments[static_cast<size_t>(seg)].arcStart;
+                s.start = s.end = t;
+                seg = static_cast<int>(segments.size());
+                segments.push_back(s);
+            }
+            ArcSegment& s = segments[static_cast<size_t>(seg)];
+            s.end = t;
+            s.maxElevation = std::max(s.maxElevation, r.elevationDeg);
+            if (std::fabs(r.wl) < kNoValue) {
+                s.wl = r.wl;
+                s.wlSigma = r.wlSigma;
+            }
+            of[k] = seg;
+        }
+    }
+}
+
+int ReceiverIndex(int station, int iprn)
+{
+    return station * kSystems + SystemSlot(iprn);
+}
+
+// Appends the satellites the fit determined, valid from `time`.
+void AppendUpds(const FractionFit& fit, const tagGPSTIME2& time, bool countStations, std::vector<SatelliteUpd>& out)
+{
+    for (size_t s = 0; s < fit.satellite.size(); ++s)
+        if (fit.satelliteCount[s] > 0)
+            out.push_back({time, static_cast<int>(s) + 1, fit.satellite[s], fit.satelliteSigma[s],
+                           countStations ? fit.satelliteReceivers[s] : fit.satelliteCount[s]});
+}
+
+// Wide lane per day; fixes the integers of the segments used.
+void EstimateWideLane(std::vector<ArcSegment>& segments, int stations, const UpdEstimatorOptions& options,
+                      UpdEstimate& estimate, double& sumSquares)
+{
+    std::map<int64_t, std::vector<int>> byDay;
+    for (size_t i = 0; i < segments.size(); ++i) {
+        const ArcSegment& s = segments[i];
+        if (s.end - s.start >= options.minArcMinutes * 60.0 && s.maxElevation >= options.minElevationDeg &&
+            std::fabs(s.wl) < kNoValue)
+            byDay[s.day].push_back(static_cast<int>(i));
+    }
+    std::vector<char> contributed(static_cast<size_t>(stations), 0);
+    std::vector<char> satellites(_MAX_PRN, 0);
+    std::vector<FractionObservation> obs;
+    for (const auto& day : byDay) {
+        obs.clear();
+        for (int i : day.second) {
+            const ArcSegment& s = segments[static_cast<size_t>(i)];
+            double f1 = 0.0, f2 = 0.0;
+            UpdFrequencies(s.iprn, f1, f2);
+            const double sigma = ClampSigma(s.wlSigma * (f1 - f2) / _LIGHT_SPEED);
+            obs.push_back({ReceiverIndex(s.station, s.iprn), s.iprn - 1, s.wl, sigma});
+        }
+        const FractionFit fit = FitFractions(obs, stations * kSystems, _MAX_PRN, options.maxFraction);
+        for (size_t k = 0; k < obs.size(); ++k) {
+            if (!fit.inlier[k])
+                continue;
+            ArcSegment& s = segments[static_cast<size_t>(day.second[k])];
+            s.fixed = true;
+            s.integer = std::round(obs[k].value - fit.satellite[static_cast<size_t>(obs[k].satellite)] +
+                                   fit.receiver[static_cast<size_t>(obs[k].receiver)]);
+            contributed[static_cast<size_t>(s.station)] = 1;
+            satellites[static_cast<size_t>(obs[k].satellite)] = 1;
+        }
+        AppendUpds(fit, TimeOf(day.first * 86400), false, estimate.product.wl);
+        estimate.statistics.wlArcs += fit.used;
+        estimate.statistics.wlRejected += fit.rejected;
+        sumSquares += fit.sumSquares;
+    }
+    estimate.statistics.days = static_cast<int>(byDay.size());
+    estimate.statistics.stations = static_cast<int>(std::count(contributed.begin(), contributed.end(), 1));
+    estimate.statistics.satellites = static_cast<int>(std::count(satellites.begin(), satellites.end(), 1));
+}
+
+// Narrow-lane floats of one arc segment summed over an interval.
+struct NarrowLaneSum {
+    int segment;
+    double sum = 0.0;
+    double variance = 0.0;   // sum of the samples' variances, cycles^2
+    int n = 0;
+};
+
+class NarrowLaneCollector {
+public:
+    explicit NarrowLaneCollector(double interval) : m_interval(interval) {}
+
+    void add(int64_t interval, int segment, double nl, double sigma)
+    {
+        if (interval != m_current)
+            flush();
+        m_current = interval;
+        auto it = std::find_if(m_open.begin(), m_open.end(), [&](const NarrowLaneSum& s) { return s.segment == segment; });
+        if (it == m_open.end())
+            it = m_open.insert(m_open.end(), NarrowLaneSum{segment});
+        it->sum += nl;
+        it->variance += sigma * sigma;
+        ++it->n;
+    }
+
+    // Closes the interval of the current station.
+    void flush()
+    {
+        for (const NarrowLaneSum& s : m_open)
+            m_byInterval[m_current].push_back(s);
+        m_open.clear();
+    }
+
+    const std::map<int64_t, std::vector<NarrowLaneSum>>& intervals() const { return m_byInterval; }
+    double interval() const { return m_interval; }
+
+private:
+    double m_interval;
+    int64_t m_current = 0;
+    std::vector<NarrowLaneSum> m_open;
+    std::map<int64_t, std::vector<NarrowLaneSum>> m_byInterval;
+};
+
+void CollectNarrowLane(const std::vector<StationAmbiguities>& network, const std::vector<ArcSegment>& segments,
+                       const std::vector<std::vector<int>>& segmentOf, const UpdEstimatorOptions& options,
+                       NarrowLaneCollector& collector)
+{
+    for (size_t st = 0; st < network.size(); ++st) {
+        const std::vector<FloatAmbiguity>& records = network[st].records;
+        if (records.empty())
+            continue;
+        const double filterStart = Seconds(records.front().time);
+        for (size_t k = 0; k < records.size(); ++k) {
+            const FloatAmbiguity& r = records[k];
+            const int seg = segmentOf[st][k];
+            if (seg < 0)
+                continue;
+            const ArcSegment& s = segments[static_cast<size_t>(seg)];
+            const double t = Seconds(r.time);
+            if (!s.fixed || r.elevationDeg < options.minElevationDeg || std::fabs(r.amb) >= kNoValue ||
+                !(r.ambSigma < kNoValue) || t - filterStart < options.convergenceMinutes * 60.0 ||
+                t - s.arcStart < options.minArcMinutes * 60.0)
+                continue;
+            double f1 = 0.0, f2 = 0.0;
+            UpdFrequencies(r.iprn, f1, f2);
+            const double nl = (f1 + f2) / _LIGHT_SPEED * r.amb - f2 / (f1 - f2) * s.integer;
+            const int64_t interval = static_cast<int64_t>(std::floor(t / collector.interval()));
+            collector.add(interval, seg, nl, r.ambSigma * (f1 + f2) / _LIGHT_SPEED);
+        }
+        collector.flush();
+    }
+}
+
+void EstimateNarrowLane(const std::vector<StationAmbiguities>& network, const std::vector<ArcSegment>& segments,
+                        const std::vector<std::vector<int>>& segmentOf, const UpdEstimatorOptions& options,
+                        UpdEstimate& estimate, double& sumSquares)
+{
+    NarrowLaneCollector collector(options.nlIntervalSeconds);
+    CollectNarrowLane(network, segments, segmentOf, options, collector);
+    const int stations = static_cast<int>(network.size());
+    std::vector<FractionObservation> obs;
+    for (const auto& interval : collector.intervals()) {
+        obs.clear();
+        for (const NarrowLaneSum& sum : interval.second) {
+            const ArcSegment& s = segments[static_cast<size_t>(sum.segment)];
+            // The floats of one arc are strongly correlated: their mean is
+            // as uncertain as one of them.
+            obs.push_back({ReceiverIndex(s.station, s.iprn), s.iprn - 1, sum.sum / sum.n,
+                           ClampSigma(std::sqrt(sum.variance / sum.n))});
+        }
+        const FractionFit fit = FitFractions(obs, stations * kSystems, _MAX_PRN, options.maxFraction);
+        const double start = static_cast<double>(interval.first) * options.nlIntervalSeconds;
+        const tagGPSTIME2 time = TimeOf(static_cast<int64_t>(std::llround(start)));
+        AppendUpds(fit, time, true, estimate.product.nl);
+        estimate.statistics.nlSamples += fit.used;
+        estimate.statistics.nlRejected += fit.rejected;
+        if (fit.used > 0)
+            ++estimate.statistics.intervals;
+        sumSquares += fit.sumSquares;
+    }
+}
+
+}  // namespace
+
+bool UpdFrequencies(int iprn, double& f1, double& f2)
+{
+    switch (SystemSlot(iprn)) {
+    case 0:
+        f1 = _GPS_F1;
+        f2 = _GPS_F2;
+        return true;
+    case 1:
+        f1 = _GAL_F1;
+        f2 = _GAL_F5;
+        return true;
+    case 2:
+        f1 = _BDS_F2;
+        f2 = _BDS_F7;
+        return true;
+    default:
+        return false;
+    }
+}
+
+UpdEstimate EstimateUpds(const std::vector<StationAmbiguities>& network, const UpdEstimatorOptions& options)
+{
+    UpdEstimate estimate;
+    estimate.product.nlIntervalSeconds = options.nlIntervalSeconds;
+    std::vector<ArcSegment> segments;
+    std::vector<std::vector<int>> segmentOf;
+    BuildSegments(network, segments, segmentOf);
+
+    double wlSquares = 0.0, nlSquares = 0.0;
+    EstimateWideLane(segments, static_cast<int>(network.size()), options, estimate, wlSquares);
+    EstimateNarrowLane(network, segments, segmentOf, options, estimate, nlSquares);
+    UpdStatistics& stats = estimate.statistics;
+    stats.wlRms = stats.wlArcs > 0 ? std::sqrt(wlSquares / stats.wlArcs) : 0.0;
+    stats.nlRms = stats.nlSamples > 0 ? std::sqrt(nlSquares / stats.nlSamples) : 0.0;
+    return estimate;
+}
+
+}  // namespace pppio
