@@ -5,6 +5,7 @@
 #include "io/FieldParse.h"
 #include "io/GpsTime.h"
 #include "io/LineReader.h"
+#include "io/SinexBlocks.h"
 #include "io/Truncation.h"
 
 namespace pppio {
@@ -33,7 +34,7 @@ public:
         forEachLine(m_in, m_file.warnings, [this] { return readLine(); });
         if (!m_file.complete)
             m_file.warnings.push_back(m_in.path() + ": no %ENDSNX line, the file looks truncated" +
-                                      (m_block.empty() ? std::string() : " (inside +" + m_block + ")"));
+                                      (m_blocks.block().empty() ? std::string() : " (inside +" + m_blocks.block() + ")"));
         return std::move(m_file);
     }
 
@@ -41,40 +42,20 @@ private:
     // False at %ENDSNX.
     bool readLine()
     {
-        const std::string& line = m_in.line();
-        if (line.empty() || line[0] == '*')
-            return true;
-        switch (line[0]) {
-        case '+':
-            if (!m_block.empty())
-                m_in.fail("expected -" + m_block + " before a new block");
-            m_block = trimmedField(line, 1, line.size());
-            return true;
-        case '-':
-            if (m_block.empty() || trimmedField(line, 1, line.size()) != m_block)
-                m_in.fail("expected -" + (m_block.empty() ? std::string("<block>") : m_block) + " to close the block");
-            m_block.clear();
-            return true;
-        case ' ':
-            if (m_block == "SITE/ID")
+        switch (m_blocks.classify(m_in)) {
+        case SinexLine::Footer:
+            m_file.complete = true;
+            return false;
+        case SinexLine::Data:
+            if (m_blocks.block() == "SITE/ID")
                 readSiteId();
-            else if (m_block == "SOLUTION/ESTIMATE")
+            else if (m_blocks.block() == "SOLUTION/ESTIMATE")
                 readEstimate();
-            else if (m_block.empty())
-                m_in.fail("expected a data line inside a block");
             return true;
-        case '%':
-            if (hasTextAt(line, 0, "%ENDSNX")) {
-                if (!m_block.empty())
-                    m_in.fail("expected -" + m_block + " before %ENDSNX");
-                m_file.complete = true;
-                return false;
-            }
-            break;
-        default:
+        case SinexLine::Structure:
             break;
         }
-        m_in.fail("expected a SINEX line (+block, -block, *comment, data or %ENDSNX)");
+        return true;
     }
 
     SinexSite& siteFor(const std::string& code, const std::string& point)
@@ -178,7 +159,7 @@ private:
 
     LineReader m_in;
     SinexFile m_file;
-    std::string m_block;
+    SinexBlocks m_blocks{"%ENDSNX"};
 };
 
 }  // namespace
