@@ -25,11 +25,11 @@ char SystemOf(int iprn)
     return iprn <= 32 ? 'G' : iprn <= 59 ? 'R' : iprn <= 89 ? 'E' : 'C';
 }
 
-std::map<UpdKey, double> Index(const std::vector<SatelliteUpd>& upds)
+std::map<UpdKey, double> Index(const std::vector<UpdValue>& upds)
 {
     std::map<UpdKey, double> index;
-    for (const SatelliteUpd& u : upds)
-        index[{SecondsOf(u.time), u.iprn}] = u.value;
+    for (const UpdValue& u : upds)
+        index[{SecondsOf(u.start), u.iprn}] = u.value;
     return index;
 }
 
@@ -78,10 +78,10 @@ void Accumulate(const std::vector<Difference>& diffs, Tally& tally, std::map<Upd
 UpdErrors CompareUpds(const UpdProduct& estimate, const UpdProduct& truth)
 {
     // Wide lane: estimate - truth = datum - k_s + error.
-    const std::map<UpdKey, double> truthWl = Index(truth.wl);
+    const std::map<UpdKey, double> truthWl = Index(truth.wideLane);
     std::vector<Difference> diffs;
-    for (const SatelliteUpd& u : estimate.wl) {
-        const UpdKey key{SecondsOf(u.time), u.iprn};
+    for (const UpdValue& u : estimate.wideLane) {
+        const UpdKey key{SecondsOf(u.start), u.iprn};
         const auto t = truthWl.find(key);
         if (t != truthWl.end())
             diffs.push_back({key, u.value - t->second});
@@ -91,11 +91,11 @@ UpdErrors CompareUpds(const UpdProduct& estimate, const UpdProduct& truth)
     Accumulate(diffs, wl, &integers);
 
     // Narrow lane: estimate - truth = datum - f2/(f1 - f2) k_s + error.
-    const std::map<UpdKey, double> truthNl = Index(truth.nl);
-    const int64_t truthInterval = std::llround(truth.nlIntervalSeconds);
+    const std::map<UpdKey, double> truthNl = Index(truth.narrowLane);
+    const int64_t truthInterval = std::llround(truth.nlInterval);
     diffs.clear();
-    for (const SatelliteUpd& u : estimate.nl) {
-        const int64_t t = SecondsOf(u.time);
+    for (const UpdValue& u : estimate.narrowLane) {
+        const int64_t t = SecondsOf(u.start);
         const auto k = integers.find({t - t % 86400, u.iprn});
         const auto tr = truthNl.find({truthInterval > 0 ? t - t % truthInterval : t, u.iprn});
         double f1 = 0.0, f2 = 0.0;

@@ -66,46 +66,48 @@ struct ArcSegment {
 };
 
 // Splits every station's records into arc segments; segmentOf[station][k]
-// is the segment of record k, -1 for a satellite without UPDs.
-void BuildSegments(const std::vector<StationAmbiguities>& network, std::vector<ArcSegment>& segments,
+// is the segment of the station's k-th satellite record (epoch by epoch),
+// -1 for a satellite without UPDs.
+void BuildSegments(const std::vector<AmbiguityExport>& network, std::vector<ArcSegment>& segments,
                    std::vector<std::vector<int>>& segmentOf)
 {
     segmentOf.resize(network.size());
     for (size_t st = 0; st < network.size(); ++st) {
-        const std::vector<FloatAmbiguity>& records = network[st].records;
         int current[_MAX_PRN + 1];
         int lastLock[_MAX_PRN + 1];
         std::fill(current, current + _MAX_PRN + 1, -1);
         std::fill(lastLock, lastLock + _MAX_PRN + 1, 0);
         std::vector<int>& of = segmentOf[st];
-        of.assign(records.size(), -1);
-        for (size_t k = 0; k < records.size(); ++k) {
-            const FloatAmbiguity& r = records[k];
-            if (SystemSlot(r.iprn) < 0)
-                continue;
-            const double t = Seconds(r.time);
+        of.clear();
+        for (const AmbiguityEpoch& epoch : network[st].epochs) {
+            const double t = Seconds(epoch.time);
             const int64_t day = static_cast<int64_t>(std::floor(t / kSecondsPerDay));
-            int& seg = current[r.iprn];
-            const bool newArc = seg < 0 || r.lock < lastLock[r.iprn];
-            lastLock[r.iprn] = r.lock;
-            if (newArc || segments[static_cast<size_t>(seg)].day != day) {
-                ArcSegment s;
-                s.station = static_cast<int>(st);
-                s.iprn = r.iprn;
-                s.day = day;
-                s.arcStart = newArc ? t : segments[static_cast<size_t>(seg)].arcStart;
-                s.start = s.end = t;
-                seg = static_cast<int>(segments.size());
-                segments.push_back(s);
+            for (const AmbiguitySatellite& r : epoch.satellites) {
+                of.push_back(-1);
+                if (SystemSlot(r.iprn) < 0)
+                    continue;
+                int& seg = current[r.iprn];
+                const bool newArc = seg < 0 || r.lock < lastLock[r.iprn];
+                lastLock[r.iprn] = r.lock;
+                if (newArc || segments[static_cast<size_t>(seg)].day != day) {
+                    ArcSegment s;
+                    s.station = static_cast<int>(st);
+                    s.iprn = r.iprn;
+                    s.day = day;
+                    s.arcStart = newArc ? t : segments[static_cast<size_t>(seg)].arcStart;
+                    s.start = s.end = t;
+                    seg = static_cast<int>(segments.size());
+                    segments.push_back(s);
+                }
+                ArcSegment& s = segments[static_cast<size_t>(seg)];
+                s.end = t;
+                s.maxElevation = std::max(s.maxElevation, r.elevation);
+                if (std::fabs(r.wl) < kNoValue) {
+                    s.wl = r.wl;
+                    s.wlSigma = r.wlSigma;
+                }
+                of.back() = seg;
             }
-            ArcSegment& s = segments[static_cast<size_t>(seg)];
-            s.end = t;
-            s.maxElevation = std::max(s.maxElevation, r.elevationDeg);
-            if (std::fabs(r.wl) < kNoValue) {
-                s.wl = r.wl;
-                s.wlSigma = r.wlSigma;
-            }
-            of[k] = seg;
         }
     }
 }
@@ -116,11 +118,11 @@ int ReceiverIndex(int station, int iprn)
 }
 
 // Appends the satellites the fit determined, valid from `time`.
-void AppendUpds(const FractionFit& fit, const tagGPSTIME2& time, bool countStations, std::vector<SatelliteUpd>& out)
+void AppendUpds(const FractionFit& fit, const tagGPSTIME2& time, bool countStations, std::vector<UpdValue>& out)
 {
     for (size_t s = 0; s < fit.satellite.size(); ++s)
         if (fit.satelliteCount[s] > 0)
-            out.push_back({time, static_cast<int>(s) + 1, fit.satellite[s], fit.satelliteSigma[s],
+            out.push_back({static_cast<int>(s) + 1, time, fit.satellite[s], fit.satelliteSigma[s],
                            countStations ? fit.satelliteReceivers[s] : fit.satelliteCount[s]});
 }
 
@@ -158,7 +160,7 @@ void EstimateWideLane(std::vector<ArcSegment>& segments, int stations, const Upd
             contributed[static_cast<size_t>(s.station)] = 1;
             satellites[static_cast<size_t>(obs[k].satellite)] = 1;
         }
-        AppendUpds(fit, TimeOf(day.first * 86400), false, estimate.product.wl);
+        AppendUpds(fit, TimeOf(day.first * 86400), false, estimate.product.wideLane);
         estimate.statistics.wlArcs += fit.used;
         estimate.statistics.wlRejected += fit.rejected;
         sumSquares += fit.sumSquares;
@@ -211,37 +213,39 @@ private:
     std::map<int64_t, std::vector<NarrowLaneSum>> m_byInterval;
 };
 
-void CollectNarrowLane(const std::vector<StationAmbiguities>& network, const std::vector<ArcSegment>& segments,
+void CollectNarrowLane(const std::vector<AmbiguityExport>& network, const std::vector<ArcSegment>& segments,
                        const std::vector<std::vector<int>>& segmentOf, const UpdEstimatorOptions& options,
                        NarrowLaneCollector& collector)
 {
     for (size_t st = 0; st < network.size(); ++st) {
-        const std::vector<FloatAmbiguity>& records = network[st].records;
-        if (records.empty())
+        const std::vector<AmbiguityEpoch>& epochs = network[st].epochs;
+        if (epochs.empty())
             continue;
-        const double filterStart = Seconds(records.front().time);
-        for (size_t k = 0; k < records.size(); ++k) {
-            const FloatAmbiguity& r = records[k];
-            const int seg = segmentOf[st][k];
-            if (seg < 0)
-                continue;
-            const ArcSegment& s = segments[static_cast<size_t>(seg)];
-            const double t = Seconds(r.time);
-            if (!s.fixed || r.elevationDeg < options.minElevationDeg || std::fabs(r.amb) >= kNoValue ||
-                !(r.ambSigma < kNoValue) || t - filterStart < options.convergenceMinutes * 60.0 ||
-                t - s.arcStart < options.minArcMinutes * 60.0)
-                continue;
-            double f1 = 0.0, f2 = 0.0;
-            UpdFrequencies(r.iprn, f1, f2);
-            const double nl = (f1 + f2) / _LIGHT_SPEED * r.amb - f2 / (f1 - f2) * s.integer;
+        const double filterStart = Seconds(epochs.front().time);
+        size_t k = 0;
+        for (const AmbiguityEpoch& epoch : epochs) {
+            const double t = Seconds(epoch.time);
             const int64_t interval = static_cast<int64_t>(std::floor(t / collector.interval()));
-            collector.add(interval, seg, nl, r.ambSigma * (f1 + f2) / _LIGHT_SPEED);
+            for (const AmbiguitySatellite& r : epoch.satellites) {
+                const int seg = segmentOf[st][k++];
+                if (seg < 0)
+                    continue;
+                const ArcSegment& s = segments[static_cast<size_t>(seg)];
+                if (!s.fixed || r.elevation < options.minElevationDeg || std::fabs(r.amb) >= kNoValue ||
+                    !(r.ambSigma < kNoValue) || t - filterStart < options.convergenceMinutes * 60.0 ||
+                    t - s.arcStart < options.minArcMinutes * 60.0)
+                    continue;
+                double f1 = 0.0, f2 = 0.0;
+                UpdFrequencies(r.iprn, f1, f2);
+                const double nl = (f1 + f2) / _LIGHT_SPEED * r.amb - f2 / (f1 - f2) * s.integer;
+                collector.add(interval, seg, nl, r.ambSigma * (f1 + f2) / _LIGHT_SPEED);
+            }
         }
         collector.flush();
     }
 }
 
-void EstimateNarrowLane(const std::vector<StationAmbiguities>& network, const std::vector<ArcSegment>& segments,
+void EstimateNarrowLane(const std::vector<AmbiguityExport>& network, const std::vector<ArcSegment>& segments,
                         const std::vector<std::vector<int>>& segmentOf, const UpdEstimatorOptions& options,
                         UpdEstimate& estimate, double& sumSquares)
 {
@@ -261,7 +265,7 @@ void EstimateNarrowLane(const std::vector<StationAmbiguities>& network, const st
         const FractionFit fit = FitFractions(obs, stations * kSystems, _MAX_PRN, options.maxFraction);
         const double start = static_cast<double>(interval.first) * options.nlIntervalSeconds;
         const tagGPSTIME2 time = TimeOf(static_cast<int64_t>(std::llround(start)));
-        AppendUpds(fit, time, true, estimate.product.nl);
+        AppendUpds(fit, time, true, estimate.product.narrowLane);
         estimate.statistics.nlSamples += fit.used;
         estimate.statistics.nlRejected += fit.rejected;
         if (fit.used > 0)
@@ -292,10 +296,10 @@ bool UpdFrequencies(int iprn, double& f1, double& f2)
     }
 }
 
-UpdEstimate EstimateUpds(const std::vector<StationAmbiguities>& network, const UpdEstimatorOptions& options)
+UpdEstimate EstimateUpds(const std::vector<AmbiguityExport>& network, const UpdEstimatorOptions& options)
 {
     UpdEstimate estimate;
-    estimate.product.nlIntervalSeconds = options.nlIntervalSeconds;
+    estimate.product.nlInterval = options.nlIntervalSeconds;
     std::vector<ArcSegment> segments;
     std::vector<std::vector<int>> segmentOf;
     BuildSegments(network, segments, segmentOf);

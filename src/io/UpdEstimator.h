@@ -1,10 +1,10 @@
 // Satellite wide-lane and narrow-lane UPDs of a network of stations from
 // their float ambiguities (mode 3 of the library, one export per station).
 //
-//   std::vector<pppio::StationAmbiguities> network = ...;   // one per station
+//   std::vector<pppio::AmbiguityExport> network;   // one per station, readAmbiguityExport
 //   pppio::UpdEstimate estimate = pppio::EstimateUpds(network, pppio::UpdEstimatorOptions{});
-//   // estimate.product.wl: one entry per satellite and day,
-//   // estimate.product.nl: one per satellite and narrow-lane interval
+//   estimate.product.write("day.upd");   // wide lane per satellite and day,
+//                                        // narrow lane per satellite and interval
 //
 // In the library's sign convention the wide lane of station r and satellite
 // s is wl = -Nw + W_s - W_r, so the fractional parts of the arcs give W_s
@@ -13,7 +13,8 @@
 // nl = (f1 + f2)/c * amb - f2/(f1 - f2) * n = -N1 + NL_s - NL_r, whose
 // fractional parts, averaged per arc and interval, give NL_s per interval.
 // The narrow lane uses exactly the wide-lane values that are published,
-// wrapped into [-0.5, 0.5), so the pair is consistent for users.
+// wrapped into [-0.5, 0.5), so the pair is consistent for users. Counts:
+// wide-lane arcs behind a wide-lane value, stations behind a narrow-lane one.
 // GPS, Galileo (E1/E5a) and BeiDou (B1I/B2I); GLONASS (FDMA) is skipped.
 #ifndef PPPIO_UPDESTIMATOR_H
 #define PPPIO_UPDESTIMATOR_H
@@ -21,28 +22,10 @@
 #include <string>
 #include <vector>
 
-#include "common/GNSSTimeConvert.h"
+#include "io/AmbiguityExport.h"
+#include "io/UpdFile.h"
 
 namespace pppio {
-
-// One satellite of one epoch of a station's float-ambiguity export, in the
-// library's sign convention. Values of 9999 or more mean "no value".
-struct FloatAmbiguity {
-    tagGPSTIME2 time;
-    int iprn;             // packed satellite index
-    int lock;             // epochs of the continuous arc; a smaller count starts a new arc
-    double elevationDeg;
-    double wl;            // Melbourne-Wuebbena running mean, cycles
-    double wlSigma;       // m
-    double amb;           // ionosphere-free float ambiguity, m
-    double ambSigma;      // m
-};
-
-// The export of one station, epochs in time order.
-struct StationAmbiguities {
-    std::string site;
-    std::vector<FloatAmbiguity> records;
-};
 
 struct UpdEstimatorOptions {
     double nlIntervalSeconds = 900.0;
@@ -50,22 +33,6 @@ struct UpdEstimatorOptions {
     double minArcMinutes = 20.0;     // shortest wide-lane arc; youngest arc age for the narrow lane
     double convergenceMinutes = 30.0;  // narrow lane skips the start of each station's filter
     double maxFraction = 0.25;       // residual (cycles) beyond which an arc or sample is rejected
-};
-
-// A satellite's UPD valid from `time` (a day for the wide lane, an interval
-// for the narrow lane), in cycles of the library domain.
-struct SatelliteUpd {
-    tagGPSTIME2 time;
-    int iprn;
-    double value;     // [-0.5, 0.5)
-    double sigma;
-    int count;        // wide lane: arcs; narrow lane: stations
-};
-
-struct UpdProduct {
-    double nlIntervalSeconds = 900.0;
-    std::vector<SatelliteUpd> wl;   // by day, then satellite
-    std::vector<SatelliteUpd> nl;   // by interval, then satellite
 };
 
 struct UpdStatistics {
@@ -86,7 +53,9 @@ struct UpdEstimate {
     UpdStatistics statistics;
 };
 
-UpdEstimate EstimateUpds(const std::vector<StationAmbiguities>& network, const UpdEstimatorOptions& options);
+// Values of 9999 or more in the records mean "no value". A satellite's
+// lock count smaller than on its previous epoch starts a new arc.
+UpdEstimate EstimateUpds(const std::vector<AmbiguityExport>& network, const UpdEstimatorOptions& options);
 
 // Carrier frequencies (Hz) of the two frequencies of a packed index whose
 // UPDs are estimated; false for GLONASS and outside the packed range.

@@ -39,13 +39,13 @@ double NlScale(int iprn)
 // float ambiguities at each station's start and a few outliers.
 struct Network {
     std::vector<int> satellites{1, 3, 7, 8, 12, 15, 19, 22, 27, 31, 61, 64, 70, 85};
-    std::vector<StationAmbiguities> stations;
+    std::vector<AmbiguityExport> stations;
     UpdProduct truth;
     int wlOutliers = 0;
     int nlOutlierIntervals = 0;
 
-    double wlUpd(size_t s) const { return truth.wl[s].value; }
-    double nlUpd(size_t s, int interval) const { return truth.nl[static_cast<size_t>(interval) * satellites.size() + s].value; }
+    double wlUpd(size_t s) const { return truth.wideLane[s].value; }
+    double nlUpd(size_t s, int interval) const { return truth.narrowLane[static_cast<size_t>(interval) * satellites.size() + s].value; }
 
     explicit Network(int nStations, bool outliers)
     {
@@ -55,11 +55,11 @@ struct Network {
         std::uniform_int_distribution<int> integer(-40, 40);
         const tagGPSTIME2 day{kWeek, kDayStart};
         for (size_t s = 0; s < satellites.size(); ++s)
-            truth.wl.push_back({day, satellites[s], uniform(rng), 0.0, 0});
-        truth.wl[0].value = 0.499;
-        truth.wl[1].value = -0.497;
+            truth.wideLane.push_back({satellites[s], day, uniform(rng), 0.0, 0});
+        truth.wideLane[0].value = 0.499;
+        truth.wideLane[1].value = -0.497;
         // Narrow-lane UPDs drift slowly and wrap through +/-0.5.
-        truth.nlIntervalSeconds = kInterval;
+        truth.nlInterval = kInterval;
         std::vector<double> nlStart, nlRate;
         for (size_t s = 0; s < satellites.size(); ++s) {
             nlStart.push_back(uniform(rng));
@@ -68,11 +68,11 @@ struct Network {
         const int intervals = static_cast<int>(kEpochs * kStep / kInterval);
         for (int k = 0; k < intervals; ++k)
             for (size_t s = 0; s < satellites.size(); ++s)
-                truth.nl.push_back({{kWeek, kDayStart + k * kInterval}, satellites[s],
-                                    WrapCycle(nlStart[s] + nlRate[s] * k), 0.0, 0});
+                truth.narrowLane.push_back({satellites[s], {kWeek, kDayStart + k * kInterval},
+                                            WrapCycle(nlStart[s] + nlRate[s] * k), 0.0, 0});
 
         for (int r = 0; r < nStations; ++r) {
-            StationAmbiguities station;
+            AmbiguityExport station;
             station.site = "ST" + std::to_string(r);
             const double wlRec[2] = {uniform(rng), uniform(rng)};
             const double nlRec[2] = {uniform(rng), uniform(rng)};
@@ -82,6 +82,7 @@ struct Network {
                 phase.push_back(6.283 * (uniform(rng) + 0.5));
             for (int e = 0; e < kEpochs; ++e) {
                 const double age = e * kStep;
+                station.epochs.push_back({{kWeek, kDayStart + age}, {}});
                 for (size_t s = 0; s < satellites.size(); ++s) {
                     const int iprn = satellites[s];
                     const double elev = 45.0 + 42.0 * std::sin(phase[s] + age * 6.283 / 20000.0);
@@ -106,7 +107,7 @@ struct Network {
                     const double nl = -n1[s] + nlUpd(s, static_cast<int>(age / kInterval)) - nlRec[sys] +
                                       converging + 0.03 * noise(rng);
                     const double amb = (nl - Ratio(iprn) * nw[s]) / NlScale(iprn);
-                    station.records.push_back({{kWeek, kDayStart + age}, iprn, lock[s], elev, wl, 0.01, amb, 0.02});
+                    station.epochs.back().satellites.push_back({iprn, lock[s], elev, wl, 0.01, amb, 0.02});
                 }
             }
             stations.push_back(std::move(station));
@@ -120,16 +121,18 @@ struct Network {
     void addOutliers()
     {
         for (int r : {1, 4, 6}) {
-            std::vector<FloatAmbiguity>& records = stations[static_cast<size_t>(r)].records;
             const int iprn = satellites[static_cast<size_t>(r)];
-            for (FloatAmbiguity& rec : records)
-                if (rec.iprn == iprn)
-                    rec.wl += 0.4;
-            ++wlOutliers;
             const int target = satellites[static_cast<size_t>(r + 3)];
-            for (FloatAmbiguity& rec : records)
-                if (rec.iprn == target && rec.time.sow >= kDayStart + 3 * 3600 && rec.time.sow < kDayStart + 3 * 3600 + kInterval)
-                    rec.amb += 0.35 / NlScale(target);
+            for (AmbiguityEpoch& epoch : stations[static_cast<size_t>(r)].epochs) {
+                const bool inInterval = epoch.time.sow >= kDayStart + 3 * 3600 && epoch.time.sow < kDayStart + 3 * 3600 + kInterval;
+                for (AmbiguitySatellite& rec : epoch.satellites) {
+                    if (rec.iprn == iprn)
+                        rec.wl += 0.4;
+                    if (rec.iprn == target && inInterval)
+                        rec.amb += 0.35 / NlScale(target);
+                }
+            }
+            ++wlOutliers;
             ++nlOutlierIntervals;
         }
     }
@@ -138,19 +141,19 @@ struct Network {
 TEST(UpdComparison, RemovesDatumAndPublishedIntegers)
 {
     UpdProduct truth, estimate;
-    truth.nlIntervalSeconds = estimate.nlIntervalSeconds = kInterval;
+    truth.nlInterval = estimate.nlInterval = kInterval;
     const tagGPSTIME2 t{kWeek, kDayStart};
     const double wl[3] = {0.1, 0.45, -0.3}, nl[3] = {0.2, -0.1, 0.4};
     for (int s = 0; s < 3; ++s) {
-        truth.wl.push_back({t, s + 1, wl[s], 0.0, 0});
-        truth.nl.push_back({t, s + 1, nl[s], 0.0, 0});
+        truth.wideLane.push_back({s + 1, t, wl[s], 0.0, 0});
+        truth.narrowLane.push_back({s + 1, t, nl[s], 0.0, 0});
     }
     // The same UPDs in another datum: +0.3 cycle for the wide lane and -0.2
     // for the narrow lane, G02's wide lane wrapped (k = 1) with its narrow lane.
     for (int s = 0; s < 3; ++s) {
         const double k = s == 1 ? 1.0 : 0.0;
-        estimate.wl.push_back({t, s + 1, wl[s] + 0.3 - k, 0.0, 0});
-        estimate.nl.push_back({t, s + 1, WrapCycle(nl[s] - 0.2 - Ratio(1) * k), 0.0, 0});
+        estimate.wideLane.push_back({s + 1, t, wl[s] + 0.3 - k, 0.0, 0});
+        estimate.narrowLane.push_back({s + 1, t, WrapCycle(nl[s] - 0.2 - Ratio(1) * k), 0.0, 0});
     }
     UpdErrors e = CompareUpds(estimate, truth);
     EXPECT_EQ(e.wlCount, 3);
@@ -159,7 +162,7 @@ TEST(UpdComparison, RemovesDatumAndPublishedIntegers)
     EXPECT_NEAR(e.nlRms, 0.0, 1e-9);
 
     // An error of 0.06 on one satellite: deviations -0.02, -0.02, 0.04.
-    estimate.nl[2].value += 0.06;
+    estimate.narrowLane[2].value += 0.06;
     e = CompareUpds(estimate, truth);
     EXPECT_NEAR(e.nlRms, std::sqrt(0.0024 / 3), 2e-4);
     EXPECT_NEAR(e.nlMax, 0.04, 2e-4);
@@ -192,7 +195,7 @@ TEST(UpdEstimator, RecoversNetworkUpdsDespiteOutliersAndRestarts)
         EXPECT_LT(e.wlRms, 0.01);
         EXPECT_LT(e.nlRms, 0.015);
         EXPECT_LT(e.nlMax, 0.05);
-        for (const SatelliteUpd& u : estimate.product.wl) {
+        for (const UpdValue& u : estimate.product.wideLane) {
             EXPECT_GE(u.value, -0.5);
             EXPECT_LT(u.value, 0.5);
             EXPECT_GE(u.count, 2);
