@@ -121,45 +121,39 @@ private:
     // whether any was set.
     bool updateReceivers(bool onlyUnset)
     {
-        bool any = false;
-        for (size_t r = 0; r < m_links.byReceiver.size(); ++r) {
-            if (onlyUnset && !std::isnan(m_fit.receiver[r]))
-                continue;
-            CircularSum sum;
-            bool seen = false;
-            for (int i : m_links.byReceiver[r]) {
-                const FractionObservation& o = m_obs[static_cast<size_t>(i)];
-                const double s = m_fit.satellite[static_cast<size_t>(o.satellite)];
-                if (!m_fit.inlier[static_cast<size_t>(i)] || std::isnan(s))
-                    continue;
-                sum.add(s - o.value, Weight(o));
-                seen = true;
-            }
-            if (seen)
-                any |= assign(m_fit.receiver[r], sum.mean());
-        }
-        return any;
+        return update(m_links.byReceiver, m_fit.receiver, m_fit.satellite, &FractionObservation::satellite, -1.0,
+                      onlyUnset);
     }
 
     // Satellites from the receivers: S_s = mean(x + R_r).
     bool updateSatellites(bool onlyUnset)
     {
+        return update(m_links.bySatellite, m_fit.satellite, m_fit.receiver, &FractionObservation::receiver, 1.0,
+                      onlyUnset);
+    }
+
+    // Each unknown of one side from the circular mean of sign * x plus the
+    // other side's unknown (indexed by `otherIndex` of the observation)
+    // over its inlier observations.
+    bool update(const std::vector<std::vector<int>>& links, std::vector<double>& side,
+                const std::vector<double>& other, int FractionObservation::*otherIndex, double sign, bool onlyUnset)
+    {
         bool any = false;
-        for (size_t s = 0; s < m_links.bySatellite.size(); ++s) {
-            if (onlyUnset && !std::isnan(m_fit.satellite[s]))
+        for (size_t k = 0; k < links.size(); ++k) {
+            if (onlyUnset && !std::isnan(side[k]))
                 continue;
             CircularSum sum;
             bool seen = false;
-            for (int i : m_links.bySatellite[s]) {
+            for (int i : links[k]) {
                 const FractionObservation& o = m_obs[static_cast<size_t>(i)];
-                const double r = m_fit.receiver[static_cast<size_t>(o.receiver)];
-                if (!m_fit.inlier[static_cast<size_t>(i)] || std::isnan(r))
+                const double known = other[static_cast<size_t>(o.*otherIndex)];
+                if (!m_fit.inlier[static_cast<size_t>(i)] || std::isnan(known))
                     continue;
-                sum.add(o.value + r, Weight(o));
+                sum.add(sign * o.value + known, Weight(o));
                 seen = true;
             }
             if (seen)
-                any |= assign(m_fit.satellite[s], sum.mean());
+                any |= assign(side[k], sum.mean());
         }
         return any;
     }
@@ -190,11 +184,18 @@ void Summarise(const std::vector<FractionObservation>& obs, FractionFit& fit)
     std::vector<std::vector<int>> receivers(satellites);
     fit.used = fit.rejected = 0;
     fit.sumSquares = 0.0;
+    // A receiver with a single observation only absorbs it: that
+    // observation says nothing about its satellite.
+    std::vector<int> perReceiver(fit.receiver.size(), 0);
+    for (size_t i = 0; i < obs.size(); ++i)
+        perReceiver[static_cast<size_t>(obs[i].receiver)] += fit.inlier[i] ? 1 : 0;
     for (size_t i = 0; i < obs.size(); ++i) {
         if (!fit.inlier[i]) {
             ++fit.rejected;
             continue;
         }
+        if (perReceiver[static_cast<size_t>(obs[i].receiver)] < 2)
+            continue;
         const size_t s = static_cast<size_t>(obs[i].satellite);
         ++fit.used;
         ++fit.satelliteCount[s];

@@ -31,11 +31,12 @@ struct FractionFit {
     std::vector<double> satellite;       // S_s in [-0.5, 0.5); NaN without observations
     std::vector<double> receiver;        // R_r in [-0.5, 0.5); NaN without observations
     std::vector<double> satelliteSigma;  // standard error of S_s (cycles)
-    std::vector<int> satelliteCount;     // inlier observations of the satellite
+    std::vector<int> satelliteCount;     // inlier observations of the satellite whose receiver
+                                         // has others (0: S_s undetermined, NaN)
     std::vector<int> satelliteReceivers; // distinct receivers among them
     std::vector<double> residual;        // x - S + R wrapped into [-0.5, 0.5), per observation
     std::vector<char> inlier;            // per observation
-    int used = 0;
+    int used = 0;                        // inliers that inform a satellite
     int rejected = 0;
     double sumSquares = 0.0;             // of the inlier residuals
 };

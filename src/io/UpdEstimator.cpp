@@ -13,7 +13,7 @@ namespace pppio {
 
 namespace {
 
-constexpr double kNoValue = 9999.0;
+constexpr double kNoValue = 9999.99;    // the library's "no value" of t_input_upd
 constexpr int kSystems = 3;            // receiver biases per station: G, E, C
 constexpr double kSigmaFloor = 0.01;   // cycles; keeps one sample from dominating
 constexpr double kSigmaCeiling = 1.0;
@@ -28,6 +28,12 @@ int SystemSlot(int iprn)
     if (iprn >= galileo + _MAX_PRN_GAL && iprn <= _MAX_PRN)
         return 2;
     return -1;
+}
+
+// Ambiguities may be large numbers: only the marker itself means no value.
+bool HasValue(double x)
+{
+    return std::isfinite(x) && std::fabs(x - kNoValue) > 0.005;
 }
 
 double Seconds(const tagGPSTIME2& t)
@@ -59,8 +65,9 @@ struct ArcSegment {
     double start;         // seconds, first epoch in this day
     double end;           // last epoch in this day
     double maxElevation = -90.0;
-    double wl = kNoValue; // value at the last epoch with one
-    double wlSigma = kNoValue;
+    bool hasWl = false;
+    double wl = 0.0;      // value at the last epoch with one
+    double wlSigma = 0.0;
     bool fixed = false;   // wide-lane integer known
     double integer = 0.0;
 };
@@ -102,7 +109,8 @@ void BuildSegments(const std::vector<AmbiguityExport>& network, std::vector<ArcS
                 ArcSegment& s = segments[static_cast<size_t>(seg)];
                 s.end = t;
                 s.maxElevation = std::max(s.maxElevation, r.elevation);
-                if (std::fabs(r.wl) < kNoValue) {
+                if (HasValue(r.wl)) {
+                    s.hasWl = true;
                     s.wl = r.wl;
                     s.wlSigma = r.wlSigma;
                 }
@@ -134,7 +142,7 @@ void EstimateWideLane(std::vector<ArcSegment>& segments, int stations, const Upd
     for (size_t i = 0; i < segments.size(); ++i) {
         const ArcSegment& s = segments[i];
         if (s.end - s.start >= options.minArcMinutes * 60.0 && s.maxElevation >= options.minElevationDeg &&
-            std::fabs(s.wl) < kNoValue)
+            s.hasWl)
             byDay[s.day].push_back(static_cast<int>(i));
     }
     std::vector<char> contributed(static_cast<size_t>(stations), 0);
@@ -187,7 +195,8 @@ public:
         if (interval != m_current)
             flush();
         m_current = interval;
-        auto it = std::find_if(m_open.begin(), m_open.end(), [&](const NarrowLaneSum& s) { return s.segment == segment; });
+        auto it = std::find_if(m_open.begin(), m_open.end(),
+                               [&](const NarrowLaneSum& s) { return s.segment == segment; });
         if (it == m_open.end())
             it = m_open.insert(m_open.end(), NarrowLaneSum{segment});
         it->sum += nl;
@@ -231,8 +240,8 @@ void CollectNarrowLane(const std::vector<AmbiguityExport>& network, const std::v
                 if (seg < 0)
                     continue;
                 const ArcSegment& s = segments[static_cast<size_t>(seg)];
-                if (!s.fixed || r.elevation < options.minElevationDeg || std::fabs(r.amb) >= kNoValue ||
-                    !(r.ambSigma < kNoValue) || t - filterStart < options.convergenceMinutes * 60.0 ||
+                if (!s.fixed || r.elevation < options.minElevationDeg || !HasValue(r.amb) ||
+                    !HasValue(r.ambSigma) || t - filterStart < options.convergenceMinutes * 60.0 ||
                     t - s.arcStart < options.minArcMinutes * 60.0)
                     continue;
                 double f1 = 0.0, f2 = 0.0;

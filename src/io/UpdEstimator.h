@@ -53,7 +53,7 @@ struct UpdEstimate {
     UpdStatistics statistics;
 };
 
-// Values of 9999 or more in the records mean "no value". A satellite's
+// Values of 9999.99 in the records mean "no value". A satellite's
 // lock count smaller than on its previous epoch starts a new arc.
 UpdEstimate EstimateUpds(const std::vector<AmbiguityExport>& network, const UpdEstimatorOptions& options);
 
