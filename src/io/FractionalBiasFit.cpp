@@ -1,6 +1,7 @@
 #include "io/FractionalBiasFit.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cmath>
 #include <limits>
 
@@ -11,6 +12,8 @@ namespace {
 constexpr double kTwoPi = 6.283185307179586;
 constexpr int kMaxSweeps = 500;
 constexpr double kConverged = 1e-9;   // cycles
+constexpr double kRobustLimit = 4.0;   // rejection limit in robust standard deviations
+constexpr double kSmallestLimit = 0.1; // cycles, the limit however small the residuals
 
 // Sum of unit vectors at angle 2 pi x, weighted.
 struct CircularSum {
@@ -99,11 +102,22 @@ public:
     }
 
     // Rejects the inlier with the largest residual beyond the limit; false
-    // when there is none.
+    // when there is none. The limit is `maxResidual`, or less when the
+    // residuals are small: an outlier shared out among a few stations and
+    // satellites keeps only part of its size in its own residual.
     bool rejectWorst(double maxResidual)
     {
+        m_scratch.clear();
+        for (size_t i = 0; i < m_obs.size(); ++i)
+            if (m_fit.inlier[i])
+                m_scratch.push_back(std::fabs(m_fit.residual[i]));
+        if (m_scratch.empty())
+            return false;
+        const auto middle = m_scratch.begin() + static_cast<std::ptrdiff_t>(m_scratch.size() / 2);
+        std::nth_element(m_scratch.begin(), middle, m_scratch.end());
+        const double robustSigma = 1.4826 * *middle;
+        double largest = std::min(maxResidual, std::max(kRobustLimit * robustSigma, kSmallestLimit));
         int worst = -1;
-        double largest = maxResidual;
         for (size_t i = 0; i < m_obs.size(); ++i)
             if (m_fit.inlier[i] && std::fabs(m_fit.residual[i]) > largest) {
                 largest = std::fabs(m_fit.residual[i]);
@@ -171,6 +185,7 @@ private:
     FractionFit& m_fit;
     Incidence m_links;
     double m_change = 0.0;
+    std::vector<double> m_scratch;
 };
 
 // Counts, standard errors and the residual sum of the inliers.

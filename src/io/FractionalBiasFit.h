@@ -12,7 +12,10 @@
 // +/-0.5 cycle need no care. One satellite of each group of stations and
 // satellites that share observations is held at zero (the datum cancels in
 // single differences between satellites). Observations whose residual
-// exceeds the limit are rejected one at a time, the worst first.
+// exceeds the limit are rejected one at a time, the worst first; the limit
+// is `maxResidual` or, when the residuals are small, four robust standard
+// deviations (1.4826 times their median absolute value), but no less than
+// 0.1 cycle.
 #ifndef PPPIO_FRACTIONALBIASFIT_H
 #define PPPIO_FRACTIONALBIASFIT_H
 

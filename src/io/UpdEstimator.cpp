@@ -222,6 +222,24 @@ private:
     std::map<int64_t, std::vector<NarrowLaneSum>> m_byInterval;
 };
 
+// True when every satellite of an epoch (records first .. first + n - 1 of
+// a station) starts a new arc: the filter was reset and its float
+// ambiguities converge again. Takes at least four satellites.
+bool FilterRestarted(const std::vector<int>& segmentOf, size_t first, size_t n,
+                     const std::vector<ArcSegment>& segments, double t)
+{
+    int fresh = 0;
+    for (size_t k = first; k < first + n; ++k) {
+        const int seg = segmentOf[k];
+        if (seg < 0)
+            continue;
+        if (segments[static_cast<size_t>(seg)].arcStart != t)
+            return false;
+        ++fresh;
+    }
+    return fresh >= 4;
+}
+
 void CollectNarrowLane(const std::vector<AmbiguityExport>& network, const std::vector<ArcSegment>& segments,
                        const std::vector<std::vector<int>>& segmentOf, const UpdEstimatorOptions& options,
                        NarrowLaneCollector& collector)
@@ -230,13 +248,16 @@ void CollectNarrowLane(const std::vector<AmbiguityExport>& network, const std::v
         const std::vector<AmbiguityEpoch>& epochs = network[st].epochs;
         if (epochs.empty())
             continue;
-        const double filterStart = Seconds(epochs.front().time);
+        const std::vector<int>& of = segmentOf[st];
+        double filterStart = Seconds(epochs.front().time);
         size_t k = 0;
         for (const AmbiguityEpoch& epoch : epochs) {
             const double t = Seconds(epoch.time);
+            if (FilterRestarted(of, k, epoch.satellites.size(), segments, t))
+                filterStart = t;
             const int64_t interval = static_cast<int64_t>(std::floor(t / collector.interval()));
             for (const AmbiguitySatellite& r : epoch.satellites) {
-                const int seg = segmentOf[st][k++];
+                const int seg = of[k++];
                 if (seg < 0)
                     continue;
                 const ArcSegment& s = segments[static_cast<size_t>(seg)];

@@ -1,5 +1,6 @@
 #include "UpdNetwork.h"
 
+#include <algorithm>
 #include <cmath>
 #include <random>
 #include <string>
@@ -63,8 +64,15 @@ UpdNetwork::UpdNetwork(int nStations, int epochs, bool outliers)
         std::vector<int> lock(nSat, 0);
         for (size_t s = 0; s < nSat; ++s)
             phase[s] = 6.283 * (uniform(rng) + 0.5);
+        // Station ST2 resets its filter after four hours.
+        const int resetEpoch = r == 2 ? 480 : -1;
+        double filterStart = 0.0;
         for (int e = 0; e < epochs; ++e) {
             const double age = e * kStep;
+            if (e == resetEpoch) {
+                std::fill(lock.begin(), lock.end(), 0);
+                filterStart = age;
+            }
             station.epochs.push_back({{kWeek, kDayStart + age}, {}});
             for (size_t s = 0; s < nSat; ++s) {
                 const int iprn = satellites[s];
@@ -89,7 +97,8 @@ UpdNetwork::UpdNetwork(int nStations, int epochs, bool outliers)
                 // Float ambiguities converge after the filter starts and after each restart.
                 const double arcAge = (lock[s] - 1) * kStep;
                 const double converging =
-                    (0.6 * std::exp(-age / 600.0) + 0.3 * std::exp(-arcAge / 300.0)) * std::cos(phase[s]);
+                    (0.6 * std::exp(-(age - filterStart) / 600.0) + 0.3 * std::exp(-arcAge / 300.0)) *
+                    std::cos(phase[s]);
                 const double nl = -n1[s] + nlUpd - nlReceiver[sys] + converging + 0.03 * noise(rng);
                 const double amb = (nl - WideLaneRatio(iprn) * nw[s]) / NarrowLanePerMetre(iprn);
                 station.epochs.back().satellites.push_back({iprn, lock[s], elevation, wl, 0.01, amb, 0.02});

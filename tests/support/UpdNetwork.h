@@ -2,8 +2,9 @@
 // tests of the UPD estimator and of updnet: GPS and Galileo satellites with
 // wide-lane UPDs close to +/-0.5 among them, receiver biases per system,
 // random integers per arc, arcs that end below the horizon or restart,
-// float ambiguities that converge over each station's first half hour and,
-// on request, a few outliers.
+// float ambiguities that converge over each station's first half hour (and
+// again after station ST2 resets its filter at four hours) and, on request,
+// a few outliers.
 #ifndef PPPLIB_TESTS_SUPPORT_UPDNETWORK_H
 #define PPPLIB_TESTS_SUPPORT_UPDNETWORK_H
 
