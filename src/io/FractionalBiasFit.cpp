@@ -15,18 +15,6 @@ constexpr double kConverged = 1e-9;   // cycles
 constexpr double kRobustLimit = 4.0;   // rejection limit in robust standard deviations
 constexpr double kSmallestLimit = 0.1; // cycles, the limit however small the residuals
 
-// Sum of unit vectors at angle 2 pi x, weighted.
-struct CircularSum {
-    double s = 0.0;
-    double c = 0.0;
-    void add(double x, double w)
-    {
-        s += w * std::sin(kTwoPi * x);
-        c += w * std::cos(kTwoPi * x);
-    }
-    double mean() const { return s == 0.0 && c == 0.0 ? 0.0 : WrapCycle(std::atan2(s, c) / kTwoPi); }
-};
-
 double Weight(const FractionObservation& o)
 {
     return o.sigma > 0.0 ? 1.0 / (o.sigma * o.sigma) : 1.0;
@@ -242,12 +230,15 @@ double WrapCycle(double x)
     return w >= 0.5 ? w - 1.0 : w;
 }
 
-double CircularMean(const double* values, const double* weights, int n)
+void CircularSum::add(double x, double weight)
 {
-    CircularSum sum;
-    for (int i = 0; i < n; ++i)
-        sum.add(values[i], weights[i]);
-    return sum.mean();
+    m_sin += weight * std::sin(kTwoPi * x);
+    m_cos += weight * std::cos(kTwoPi * x);
+}
+
+double CircularSum::mean() const
+{
+    return m_sin == 0.0 && m_cos == 0.0 ? 0.0 : WrapCycle(std::atan2(m_sin, m_cos) / kTwoPi);
 }
 
 FractionFit FitFractions(const std::vector<FractionObservation>& observations, int receivers, int satellites,

@@ -47,8 +47,17 @@ struct FractionFit {
 // Wraps cycles into [-0.5, 0.5).
 double WrapCycle(double x);
 
-// Weighted circular mean of cycles, in [-0.5, 0.5); 0 without weight.
-double CircularMean(const double* values, const double* weights, int n);
+// Circular mean of cycles: the direction of the weighted sum of unit
+// vectors at angle 2 pi x, in [-0.5, 0.5); 0 when nothing was added.
+class CircularSum {
+public:
+    void add(double x, double weight = 1.0);
+    double mean() const;
+
+private:
+    double m_sin = 0.0;
+    double m_cos = 0.0;
+};
 
 FractionFit FitFractions(const std::vector<FractionObservation>& observations, int receivers, int satellites,
                          double maxResidual);

@@ -53,15 +53,13 @@ void Accumulate(const std::vector<Difference>& diffs, Tally& tally, std::map<Upd
     std::map<std::pair<int64_t, char>, std::vector<size_t>> groups;
     for (size_t i = 0; i < diffs.size(); ++i)
         groups[{diffs[i].key.first, SystemOf(diffs[i].key.second)}].push_back(i);
-    std::vector<double> values, weights;
     for (const auto& group : groups) {
         if (group.second.size() < 2)
             continue;
-        values.clear();
+        CircularSum sum;
         for (size_t i : group.second)
-            values.push_back(diffs[i].value);
-        weights.assign(values.size(), 1.0);
-        const double datum = CircularMean(values.data(), weights.data(), static_cast<int>(values.size()));
+            sum.add(diffs[i].value);
+        const double datum = sum.mean();
         for (size_t i : group.second) {
             const double error = WrapCycle(diffs[i].value - datum);
             tally.sumSquares += error * error;

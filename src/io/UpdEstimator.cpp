@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <map>
 
 #include "common/GNSSConst.h"
@@ -275,6 +276,25 @@ void CollectNarrowLane(const std::vector<AmbiguityExport>& network, const std::v
     }
 }
 
+// Shifts the satellite values of each system by the common amount that
+// brings them closest to the latest earlier values, so that the series of
+// intervals do not jump with the datum of each fit; then updates `latest`.
+void FollowDatum(std::vector<double>& satellites, std::vector<double>& latest)
+{
+    for (int system = 0; system < kSystems; ++system) {
+        CircularSum offset;
+        for (size_t s = 0; s < satellites.size(); ++s)
+            if (SystemSlot(static_cast<int>(s) + 1) == system && !std::isnan(satellites[s]) && !std::isnan(latest[s]))
+                offset.add(latest[s] - satellites[s]);
+        const double shift = offset.mean();
+        for (size_t s = 0; s < satellites.size(); ++s)
+            if (SystemSlot(static_cast<int>(s) + 1) == system && !std::isnan(satellites[s])) {
+                satellites[s] = WrapCycle(satellites[s] + shift);
+                latest[s] = satellites[s];
+            }
+    }
+}
+
 void EstimateNarrowLane(const std::vector<AmbiguityExport>& network, const std::vector<ArcSegment>& segments,
                         const std::vector<std::vector<int>>& segmentOf, const UpdEstimatorOptions& options,
                         UpdEstimate& estimate, double& sumSquares)
@@ -283,6 +303,7 @@ void EstimateNarrowLane(const std::vector<AmbiguityExport>& network, const std::
     CollectNarrowLane(network, segments, segmentOf, options, collector);
     const int stations = static_cast<int>(network.size());
     std::vector<FractionObservation> obs;
+    std::vector<double> latest(_MAX_PRN, std::numeric_limits<double>::quiet_NaN());
     for (const auto& interval : collector.intervals()) {
         obs.clear();
         for (const NarrowLaneSum& sum : interval.second) {
@@ -292,7 +313,8 @@ void EstimateNarrowLane(const std::vector<AmbiguityExport>& network, const std::
             obs.push_back({ReceiverIndex(s.station, s.iprn), s.iprn - 1, sum.sum / sum.n,
                            ClampSigma(std::sqrt(sum.variance / sum.n))});
         }
-        const FractionFit fit = FitFractions(obs, stations * kSystems, _MAX_PRN, options.maxFraction);
+        FractionFit fit = FitFractions(obs, stations * kSystems, _MAX_PRN, options.maxFraction);
+        FollowDatum(fit.satellite, latest);
         const double start = static_cast<double>(interval.first) * options.nlIntervalSeconds;
         const tagGPSTIME2 time = TimeOf(static_cast<int64_t>(std::llround(start)));
         AppendUpds(fit, time, true, estimate.product.narrowLane);

@@ -73,6 +73,15 @@ TEST(UpdEstimator, RecoversNetworkUpdsDespiteOutliersAndRestarts)
             EXPECT_LT(u.value, 0.5);
             EXPECT_GE(u.count, 2);
         }
+        // Successive intervals keep one datum: the series follow the truth's slow drift.
+        for (size_t k = 0; k < estimate.product.narrowLane.size(); ++k)
+            for (size_t j = 0; j < k; ++j) {
+                const UpdValue& a = estimate.product.narrowLane[j];
+                const UpdValue& b = estimate.product.narrowLane[k];
+                if (a.iprn == b.iprn && b.start.sow - a.start.sow == kInterval) {
+                    EXPECT_LT(std::fabs(WrapCycle(b.value - a.value)), 0.05) << a.iprn << " " << b.start.sow;
+                }
+            }
         // The outliers leave the UPDs where the clean network puts them.
         const UpdErrors moved = CompareUpds(estimate.product, reference.product);
         EXPECT_LT(moved.wlMax, 0.005);
