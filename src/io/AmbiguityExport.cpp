@@ -4,11 +4,9 @@
 #include <stdexcept>
 
 #include "common/GNSSConst.h"
-#include "io/FieldParse.h"
 #include "io/LineReader.h"
 #include "io/SatelliteId.h"
 #include "io/TextFields.h"
-#include "io/Truncation.h"
 
 namespace pppio {
 
@@ -28,22 +26,30 @@ public:
 
     AmbiguityExport run()
     {
-        if (!m_in.next() || !hasTextAt(m_in.line(), 0, kFirstLine))
-            m_in.fail(std::string("expected the header line starting with ") + kFirstLine);
-        forEachLine(m_in, m_file.warnings, [this] { return readLine(); });
+        readTextFile(
+            m_in, kFirstLine, m_file.warnings, [this](const TextFields& f) { readHeader(f); },
+            [this](const TextFields& f) { readSatellite(f); });
         return std::move(m_file);
     }
 
 private:
-    bool readLine()
+    void readHeader(const TextFields& f)
     {
-        const TextFields f(m_in);
-        if (f.size() == 0)
-            return true;
-        if (f.text(0)[0] == '%') {
-            readHeader(f);
-            return true;
+        if (f.size() < 2)
+            return;
+        if (f.text(1) == "SITE") {
+            f.expectCount(3, "% SITE name");
+            m_file.site = f.text(2);
+        } else if (f.text(1) == "INTERVAL") {
+            f.expectCount(3, "% INTERVAL seconds");
+            m_file.interval = f.real(2, "the interval in seconds");
+            if (m_file.interval <= 0.0)
+                f.fail(2, "a positive interval");
         }
+    }
+
+    void readSatellite(const TextFields& f)
+    {
         f.expectCount(9, "week sow sat lock elev wl wl_sig amb amb_sig");
         const tagGPSTIME2 t = f.time(0);
         AmbiguitySatellite s;
@@ -63,22 +69,6 @@ private:
         if (epochs.empty() || epochs.back().time.week != t.week || epochs.back().time.sow != t.sow)
             epochs.push_back(AmbiguityEpoch{t, {}});
         epochs.back().satellites.push_back(s);
-        return true;
-    }
-
-    void readHeader(const TextFields& f)
-    {
-        if (f.size() < 2)
-            return;
-        if (f.text(1) == "SITE") {
-            f.expectCount(3, "% SITE name");
-            m_file.site = f.text(2);
-        } else if (f.text(1) == "INTERVAL") {
-            f.expectCount(3, "% INTERVAL seconds");
-            m_file.interval = f.real(2, "the interval in seconds");
-            if (m_file.interval <= 0.0)
-                f.fail(2, "a positive interval");
-        }
     }
 
     LineReader m_in;

@@ -66,22 +66,11 @@ public:
     {
         if (!m_in.next() || !hasTextAt(m_in.line(), 0, "%=BIA"))
             m_in.fail("expected the Bias-SINEX header line starting with %=BIA");
-        bool complete = false;
-        forEachLine(m_in, m_out.m_warnings, [&] {
-            switch (m_blocks.classify(m_in)) {
-            case SinexLine::Footer:
-                complete = true;
-                return false;
-            case SinexLine::Data:
-                if (m_blocks.block() == "BIAS/SOLUTION")
-                    readSolution();
-                else if (m_blocks.block() == "BIAS/DESCRIPTION")
-                    readDescription();
-                return true;
-            case SinexLine::Structure:
-                break;
-            }
-            return true;
+        const bool complete = m_blocks.readData(m_in, m_out.m_warnings, [this] {
+            if (m_blocks.block() == "BIAS/SOLUTION")
+                readSolution();
+            else if (m_blocks.block() == "BIAS/DESCRIPTION")
+                readDescription();
         });
         if (!complete)
             m_out.m_warnings.push_back(m_in.path() + ": no %=ENDBIA line, the file looks truncated");

@@ -4,14 +4,17 @@
 // "%=ENDBIA") ends the file.
 //
 //   SinexBlocks blocks("%ENDSNX");
-//   while (in.next())
-//       if (blocks.classify(in) == SinexLine::Data && blocks.block() == "SITE/ID") ...
+//   const bool complete = blocks.readData(in, warnings, [&] {
+//       if (blocks.block() == "SITE/ID") ...   // a data line of the block
+//   });
 #ifndef PPPIO_SINEXBLOCKS_H
 #define PPPIO_SINEXBLOCKS_H
 
 #include <string>
+#include <vector>
 
 #include "io/LineReader.h"
+#include "io/Truncation.h"
 
 namespace pppio {
 
@@ -25,6 +28,23 @@ public:
     // opened inside another, a mismatched close, a data line outside a
     // block, a footer inside a block, or any other line.
     SinexLine classify(const LineReader& in);
+
+    // Reads the further lines of the file and calls data() for each data
+    // line; true when the footer was found. A malformed last line cut short
+    // ends the reading with a warning.
+    template <class Data>
+    bool readData(LineReader& in, std::vector<std::string>& warnings, Data data)
+    {
+        bool footer = false;
+        forEachLine(in, warnings, [&] {
+            const SinexLine kind = classify(in);
+            if (kind == SinexLine::Data)
+                data();
+            footer = kind == SinexLine::Footer;
+            return !footer;
+        });
+        return footer;
+    }
 
     // Name of the open block, empty between blocks.
     const std::string& block() const { return m_block; }

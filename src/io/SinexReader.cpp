@@ -31,7 +31,7 @@ public:
     {
         if (!m_in.next() || !hasTextAt(m_in.line(), 0, "%=SNX"))
             m_in.fail("expected the SINEX header line starting with %=SNX");
-        forEachLine(m_in, m_file.warnings, [this] { return readLine(); });
+        m_file.complete = m_blocks.readData(m_in, m_file.warnings, [this] { readData(); });
         if (!m_file.complete)
             m_file.warnings.push_back(m_in.path() + ": no %ENDSNX line, the file looks truncated" +
                                       (m_blocks.block().empty() ? std::string() : " (inside +" + m_blocks.block() + ")"));
@@ -39,23 +39,12 @@ public:
     }
 
 private:
-    // False at %ENDSNX.
-    bool readLine()
+    void readData()
     {
-        switch (m_blocks.classify(m_in)) {
-        case SinexLine::Footer:
-            m_file.complete = true;
-            return false;
-        case SinexLine::Data:
-            if (m_blocks.block() == "SITE/ID")
-                readSiteId();
-            else if (m_blocks.block() == "SOLUTION/ESTIMATE")
-                readEstimate();
-            return true;
-        case SinexLine::Structure:
-            break;
-        }
-        return true;
+        if (m_blocks.block() == "SITE/ID")
+            readSiteId();
+        else if (m_blocks.block() == "SOLUTION/ESTIMATE")
+            readEstimate();
     }
 
     SinexSite& siteFor(const std::string& code, const std::string& point)

@@ -11,8 +11,12 @@
 #include <cstddef>
 #include <string>
 
+#include <vector>
+
 #include "common/GNSSTimeConvert.h"
+#include "io/FieldParse.h"
 #include "io/LineReader.h"
+#include "io/Truncation.h"
 
 namespace pppio {
 
@@ -44,6 +48,25 @@ private:
     size_t m_length[kMaxFields];
     size_t m_count = 0;
 };
+
+// Reads a file of these formats: the first line must start with
+// `firstLine`; every further non-blank line goes, split, to header(fields)
+// when it starts with '%' and to data(fields) otherwise. A malformed last
+// line cut short ends the reading with a warning.
+template <class Header, class Data>
+void readTextFile(LineReader& in, const char* firstLine, std::vector<std::string>& warnings, Header header, Data data)
+{
+    if (!in.next() || !hasTextAt(in.line(), 0, firstLine))
+        in.fail(std::string("expected the header line starting with ") + firstLine);
+    forEachLine(in, warnings, [&] {
+        const TextFields fields(in);
+        if (fields.size() > 0 && fields.text(0)[0] == '%')
+            header(fields);
+        else if (fields.size() > 0)
+            data(fields);
+        return true;
+    });
+}
 
 }  // namespace pppio
 

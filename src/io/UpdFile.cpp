@@ -3,11 +3,9 @@
 #include <cstdio>
 #include <stdexcept>
 
-#include "io/FieldParse.h"
 #include "io/GpsTime.h"
 #include "io/LineReader.h"
 #include "io/TextFields.h"
-#include "io/Truncation.h"
 
 namespace pppio {
 
@@ -22,29 +20,27 @@ public:
 
     UpdProduct run()
     {
-        if (!m_in.next() || !hasTextAt(m_in.line(), 0, kFirstLine))
-            m_in.fail(std::string("expected the header line starting with ") + kFirstLine);
-        forEachLine(m_in, m_product.warnings, [this] { return readLine(); });
+        readTextFile(
+            m_in, kFirstLine, m_product.warnings, [this](const TextFields& f) { readHeader(f); },
+            [this](const TextFields& f) { readValue(f); });
         m_skipped.appendWarning(m_in.path(), m_product.warnings);
         return std::move(m_product);
     }
 
 private:
-    bool readLine()
+    void readHeader(const TextFields& f)
     {
-        const TextFields f(m_in);
-        if (f.size() == 0)
-            return true;
-        if (f.text(0)[0] == '%') {
-            if (f.size() >= 2 && f.text(1) == "NL_INTERVAL") {
-                f.expectCount(3, "% NL_INTERVAL seconds");
-                m_product.nlInterval = f.real(2, "the narrow-lane interval in seconds");
-                if (m_product.nlInterval <= 0.0)
-                    f.fail(2, "a positive narrow-lane interval");
-                m_hasInterval = true;
-            }
-            return true;
-        }
+        if (f.size() < 2 || f.text(1) != "NL_INTERVAL")
+            return;
+        f.expectCount(3, "% NL_INTERVAL seconds");
+        m_product.nlInterval = f.real(2, "the narrow-lane interval in seconds");
+        if (m_product.nlInterval <= 0.0)
+            f.fail(2, "a positive narrow-lane interval");
+        m_hasInterval = true;
+    }
+
+    void readValue(const TextFields& f)
+    {
         f.expectCount(7, "kind week sow sat value sigma count");
         const std::string kind = f.text(0);
         if (kind != "WL" && kind != "NL")
@@ -62,12 +58,10 @@ private:
         if (count < 0 || count > 1000000000L)
             f.fail(6, "a count of 0 or more");
         v.count = static_cast<int>(count);
-        if (v.iprn == 0) {
+        if (v.iprn == 0)
             m_skipped.add(f.text(3).c_str());
-            return true;
-        }
-        (kind == "WL" ? m_product.wideLane : m_product.narrowLane).push_back(v);
-        return true;
+        else
+            (kind == "WL" ? m_product.wideLane : m_product.narrowLane).push_back(v);
     }
 
     LineReader m_in;

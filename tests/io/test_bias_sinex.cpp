@@ -83,9 +83,11 @@ TEST(BiasSinex, DifferentialAndStationLinesSkippedCyclesConverted)
 
 TEST(BiasSinex, MalformedLinesNameFileAndLine)
 {
-    // Replaces `width` characters at column `at` (0-based) of the first OSB line.
+    // Overwrites the first OSB line with `text` from column `at` (0-based).
     auto edit = [](size_t at, const std::string& text) {
-        return [at, text](std::vector<std::string>& lines) { lines[findLine(lines, kFirstOsb)].replace(at, text.size(), text); };
+        return [at, text](std::vector<std::string>& lines) {
+            lines[findLine(lines, kFirstOsb)].replace(at, text.size(), text);
+        };
     };
     const size_t line = findLine(readLines(dataPath(kBias)), kFirstOsb) + 1;
     expectMalformedCopies(kBias,

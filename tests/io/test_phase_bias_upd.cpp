@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -20,8 +21,9 @@ std::string BiasFile(const std::vector<std::string>& entries)
     std::string text = "%=BIA 1.00 PPL 2021:210:00000 PPL 2021:210:00000 2021:211:00000 A 00000001\n+BIAS/SOLUTION\n";
     for (const std::string& e : entries) {
         char line[128];
-        std::snprintf(line, sizeof line, " OSB  X000 %.3s           %.3s       2021:210:00000 2021:211:00000 ns   %21.14E\n",
-                      e.c_str(), e.c_str() + 4, std::stod(e.substr(8)));
+        std::snprintf(line, sizeof line,
+                      " OSB  X000 %.3s           %.3s       2021:210:00000 2021:211:00000 ns   %21.14E\n", e.c_str(),
+                      e.c_str() + 4, std::stod(e.substr(8)));
         text += line;
     }
     text += "-BIAS/SOLUTION\n%=ENDBIA\n";
