@@ -54,6 +54,8 @@ Options ParseOptions(int argc, char** argv)
             e.convergenceMinutes = BoundedNumber(option, value(), 0.0, 1440.0);
         else if (option == "--max-fraction")
             e.maxFraction = BoundedNumber(option, value(), 0.05, 0.5);
+        else if (option == "--max-wl-sigma")
+            e.maxWlSigma = BoundedNumber(option, value(), 0.01, 1.0);
         else if (!option.empty() && option[0] == '-')
             throw UsageError("unknown option '" + option + "' (see --help)");
         else
@@ -82,6 +84,7 @@ std::string HelpText()
            "  --min-arc MIN       shortest wide-lane arc, youngest arc for the narrow lane (20)\n"
            "  --converge MIN      narrow lane skips the first minutes of each station (30)\n"
            "  --max-fraction C    fractional residual beyond which an arc or sample is rejected (0.25)\n"
+           "  --max-wl-sigma C    noisiest wide-lane arc mean used, from its running mean's steps (0.1)\n"
            "  --exclude NAME      leave out a station (repeatable)\n"
            "  --truth FILE        compare with true UPDs between satellites and print the RMS errors\n"
            "  --help              this text\n";

@@ -68,9 +68,46 @@ struct ArcSegment {
     double maxElevation = -90.0;
     bool hasWl = false;
     double wl = 0.0;      // value at the last epoch with one
-    double wlSigma = 0.0;
+    double wlSigma = -1.0;   // its standard deviation (cycles), negative while unknown
     bool fixed = false;   // wide-lane integer known
     double integer = 0.0;
+};
+
+// The noise of an arc's Melbourne-Wuebbena samples from the running mean
+// the export carries: with mean_k = mean_(k-1) + (mw_k - mean_(k-1)) / k,
+// k (mean_k - mean_(k-1)) is the new sample's deviation from the mean so
+// far, whose spread is about that of the samples. The first two epochs of
+// an arc are left out: the mean only starts there.
+class ArcNoise {
+public:
+    void restart() { *this = ArcNoise(); }
+
+    void add(int lock, double wl)
+    {
+        if (m_hasLast && lock == m_lastLock + 1 && lock >= 3) {
+            m_sumAbs += std::fabs(lock * (wl - m_lastWl));
+            ++m_steps;
+        }
+        m_hasLast = true;
+        m_lastLock = lock;
+        m_lastWl = wl;
+    }
+
+    // Standard deviation of the mean of `lock` samples (cycles), from the
+    // mean absolute deviation of a normal distribution; -1 when unknown.
+    double sigmaOfMean(int lock) const
+    {
+        if (m_steps == 0 || lock < 1)
+            return -1.0;
+        return 1.2533 * m_sumAbs / m_steps / std::sqrt(static_cast<double>(lock));
+    }
+
+private:
+    bool m_hasLast = false;
+    int m_lastLock = 0;
+    double m_lastWl = 0.0;
+    double m_sumAbs = 0.0;
+    int m_steps = 0;
 };
 
 // Splits every station's records into arc segments; segmentOf[station][k]
@@ -83,6 +120,7 @@ void BuildSegments(const std::vector<AmbiguityExport>& network, std::vector<ArcS
     for (size_t st = 0; st < network.size(); ++st) {
         int current[_MAX_PRN + 1];
         int lastLock[_MAX_PRN + 1];
+        ArcNoise noise[_MAX_PRN + 1];
         std::fill(current, current + _MAX_PRN + 1, -1);
         std::fill(lastLock, lastLock + _MAX_PRN + 1, 0);
         std::vector<int>& of = segmentOf[st];
@@ -97,6 +135,8 @@ void BuildSegments(const std::vector<AmbiguityExport>& network, std::vector<ArcS
                 int& seg = current[r.iprn];
                 const bool newArc = seg < 0 || r.lock < lastLock[r.iprn];
                 lastLock[r.iprn] = r.lock;
+                if (newArc)
+                    noise[r.iprn].restart();
                 if (newArc || segments[static_cast<size_t>(seg)].day != day) {
                     ArcSegment s;
                     s.station = static_cast<int>(st);
@@ -111,9 +151,10 @@ void BuildSegments(const std::vector<AmbiguityExport>& network, std::vector<ArcS
                 s.end = t;
                 s.maxElevation = std::max(s.maxElevation, r.elevation);
                 if (HasValue(r.wl)) {
+                    noise[r.iprn].add(r.lock, r.wl);
                     s.hasWl = true;
                     s.wl = r.wl;
-                    s.wlSigma = r.wlSigma;
+                    s.wlSigma = noise[r.iprn].sigmaOfMean(r.lock);
                 }
                 of.back() = seg;
             }
@@ -143,7 +184,7 @@ void EstimateWideLane(std::vector<ArcSegment>& segments, int stations, const Upd
     for (size_t i = 0; i < segments.size(); ++i) {
         const ArcSegment& s = segments[i];
         if (s.end - s.start >= options.minArcMinutes * 60.0 && s.maxElevation >= options.minElevationDeg &&
-            s.hasWl)
+            s.hasWl && s.wlSigma >= 0.0 && s.wlSigma <= options.maxWlSigma)
             byDay[s.day].push_back(static_cast<int>(i));
     }
     std::vector<char> contributed(static_cast<size_t>(stations), 0);
@@ -153,10 +194,7 @@ void EstimateWideLane(std::vector<ArcSegment>& segments, int stations, const Upd
         obs.clear();
         for (int i : day.second) {
             const ArcSegment& s = segments[static_cast<size_t>(i)];
-            double f1 = 0.0, f2 = 0.0;
-            UpdFrequencies(s.iprn, f1, f2);
-            const double sigma = ClampSigma(s.wlSigma * (f1 - f2) / _LIGHT_SPEED);
-            obs.push_back({ReceiverIndex(s.station, s.iprn), s.iprn - 1, s.wl, sigma});
+            obs.push_back({ReceiverIndex(s.station, s.iprn), s.iprn - 1, s.wl, ClampSigma(s.wlSigma)});
         }
         const FractionFit fit = FitFractions(obs, stations * kSystems, _MAX_PRN, options.maxFraction);
         for (size_t k = 0; k < obs.size(); ++k) {

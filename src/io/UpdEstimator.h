@@ -12,6 +12,9 @@
 // integer n = round(wl - W_s + W_r) and each epoch the narrow-lane float
 // nl = (f1 + f2)/c * amb - f2/(f1 - f2) * n = -N1 + NL_s - NL_r, whose
 // fractional parts, averaged per arc and interval, give NL_s per interval.
+// The noise of an arc's wide lane comes from the steps of its running mean
+// (the record's wl_sig is not used): short and low arcs whose mean is too
+// noisy for a safe integer stay out of both steps.
 // The narrow lane uses exactly the wide-lane values that are published,
 // wrapped into [-0.5, 0.5), so the pair is consistent for users. Counts:
 // wide-lane arcs behind a wide-lane value, stations behind a narrow-lane one.
@@ -34,6 +37,7 @@ struct UpdEstimatorOptions {
     double convergenceMinutes = 30.0;  // narrow lane skips each station's filter start and reset
                                        // (a reset: all satellites start new arcs at one epoch)
     double maxFraction = 0.25;       // residual (cycles) beyond which an arc or sample is rejected
+    double maxWlSigma = 0.1;         // noisiest wide-lane arc mean used (cycles), see below
 };
 
 struct UpdStatistics {

@@ -60,7 +60,7 @@ UpdNetwork::UpdNetwork(int nStations, int epochs, bool outliers)
         station.interval = kStep;
         const double wlReceiver[2] = {uniform(rng), uniform(rng)};
         const double nlReceiver[2] = {uniform(rng), uniform(rng)};
-        std::vector<double> phase(nSat), nw(nSat), n1(nSat);
+        std::vector<double> phase(nSat), nw(nSat), n1(nSat), mwSum(nSat);
         std::vector<int> lock(nSat, 0);
         for (size_t s = 0; s < nSat; ++s)
             phase[s] = 6.283 * (uniform(rng) + 0.5);
@@ -87,12 +87,13 @@ UpdNetwork::UpdNetwork(int nStations, int epochs, bool outliers)
                 if (lock[s] == 0) {
                     nw[s] = integer(rng);
                     n1[s] = integer(rng);
+                    mwSum[s] = 0.0;
                 }
                 ++lock[s];
                 const int sys = iprn > 32 ? 1 : 0;
-                // Running mean of the Melbourne-Wuebbena combination.
-                const double wl = -nw[s] + truth.wideLane[s].value - wlReceiver[sys] +
-                                  0.25 / std::sqrt(lock[s]) * noise(rng);
+                // Running mean of Melbourne-Wuebbena samples with 0.3 cycle noise.
+                mwSum[s] += -nw[s] + truth.wideLane[s].value - wlReceiver[sys] + 0.3 * noise(rng);
+                const double wl = mwSum[s] / lock[s];
                 const double nlUpd = truth.narrowLane[static_cast<size_t>(age / kInterval) * nSat + s].value;
                 // Float ambiguities converge after the filter starts and after each restart.
                 const double arcAge = (lock[s] - 1) * kStep;
