@@ -82,7 +82,7 @@ std::string HelpText()
            "  --nl-interval S     narrow-lane interval in seconds (900)\n"
            "  --min-elev DEG      wide-lane arcs must reach it, narrow-lane epochs be above it (15)\n"
            "  --min-arc MIN       shortest wide-lane arc, youngest arc for the narrow lane (20)\n"
-           "  --converge MIN      narrow lane skips the first minutes of each station (30)\n"
+           "  --converge MIN      narrow lane skips the first minutes of each station and after a reset (45)\n"
            "  --max-fraction C    fractional residual beyond which an arc or sample is rejected (0.25)\n"
            "  --max-wl-sigma C    noisiest wide-lane arc mean used, from its running mean's steps (0.1)\n"
            "  --exclude NAME      leave out a station (repeatable)\n"

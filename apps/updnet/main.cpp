@@ -18,6 +18,7 @@ constexpr int kDone = 0;
 constexpr int kInternal = 1;       // anything else (exhausted memory, ...)
 constexpr int kBadInput = 2;       // bad options, an unreadable input or nothing to estimate
 constexpr int kMalformed = 3;      // a malformed line
+constexpr int kLibraryMinCount = 2;   // the library's default minimum wl_num and nl_num
 
 // Site names compare without regard to case.
 bool Listed(const std::vector<std::string>& names, const std::string& site)
@@ -87,9 +88,13 @@ int Run(const updnet::Options& options)
     if (!options.truth.empty()) {
         const pppio::UpdProduct truth = pppio::UpdProduct::read(options.truth);
         PrintWarnings(truth.warnings);
-        const pppio::UpdErrors e = pppio::CompareUpds(estimate.product, truth);
-        std::printf("compared     %d satellite-days, %d satellite-intervals (max WL %.4f NL %.4f)\n", e.wlCount,
-                    e.nlCount, e.wlMax, e.nlMax);
+        // The figure of the values the library uses (count 2 or more), then of all.
+        const pppio::UpdErrors all = pppio::CompareUpds(estimate.product, truth);
+        const pppio::UpdErrors e = pppio::CompareUpds(estimate.product, truth, kLibraryMinCount);
+        std::printf("compared     %d satellite-days, %d satellite-intervals with counts >= %d (max WL %.4f NL %.4f)\n",
+                    e.wlCount, e.nlCount, kLibraryMinCount, e.wlMax, e.nlMax);
+        std::printf("all counts   WL %.4f NL %.4f cycles (%d satellite-intervals)\n", all.wlRms, all.nlRms,
+                    all.nlCount);
         std::printf("UPD error WL %.4f NL %.4f cycles\n", e.wlRms, e.nlRms);
     }
     return kDone;

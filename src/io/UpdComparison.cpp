@@ -73,7 +73,7 @@ void Accumulate(const std::vector<Difference>& diffs, Tally& tally, std::map<Upd
 
 }  // namespace
 
-UpdErrors CompareUpds(const UpdProduct& estimate, const UpdProduct& truth)
+UpdErrors CompareUpds(const UpdProduct& estimate, const UpdProduct& truth, int minCount)
 {
     // Wide lane: estimate - truth = datum - k_s + error.
     const std::map<UpdKey, double> truthWl = Index(truth.wideLane);
@@ -81,7 +81,7 @@ UpdErrors CompareUpds(const UpdProduct& estimate, const UpdProduct& truth)
     for (const UpdValue& u : estimate.wideLane) {
         const UpdKey key{SecondsOf(u.start), u.iprn};
         const auto t = truthWl.find(key);
-        if (t != truthWl.end())
+        if (t != truthWl.end() && u.count >= minCount)
             diffs.push_back({key, u.value - t->second});
     }
     std::map<UpdKey, double> integers;
@@ -97,7 +97,7 @@ UpdErrors CompareUpds(const UpdProduct& estimate, const UpdProduct& truth)
         const auto k = integers.find({t - t % 86400, u.iprn});
         const auto tr = truthNl.find({truthInterval > 0 ? t - t % truthInterval : t, u.iprn});
         double f1 = 0.0, f2 = 0.0;
-        if (k != integers.end() && tr != truthNl.end() && UpdFrequencies(u.iprn, f1, f2))
+        if (k != integers.end() && tr != truthNl.end() && u.count >= minCount && UpdFrequencies(u.iprn, f1, f2))
             diffs.push_back({{t, u.iprn}, u.value - tr->second + f2 / (f1 - f2) * k->second});
     }
     Tally nl;

@@ -9,6 +9,8 @@
 // published wide lane may differ from the truth by an integer k_s; its
 // narrow lane then by -f2/(f1 - f2) k_s, which is taken into account.
 // Groups with a single common satellite carry no information and are skipped.
+// Estimated values with a count below `minCount` are left out (the library
+// does not use values below its minimum count, 2 by default).
 #ifndef PPPIO_UPDCOMPARISON_H
 #define PPPIO_UPDCOMPARISON_H
 
@@ -25,7 +27,7 @@ struct UpdErrors {
     double nlMax = 0.0;
 };
 
-UpdErrors CompareUpds(const UpdProduct& estimate, const UpdProduct& truth);
+UpdErrors CompareUpds(const UpdProduct& estimate, const UpdProduct& truth, int minCount = 1);
 
 }  // namespace pppio
 

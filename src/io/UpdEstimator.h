@@ -34,7 +34,7 @@ struct UpdEstimatorOptions {
     double nlIntervalSeconds = 900.0;
     double minElevationDeg = 15.0;   // wide-lane arcs must reach it; narrow-lane epochs must be above it
     double minArcMinutes = 20.0;     // shortest wide-lane arc; youngest arc age for the narrow lane
-    double convergenceMinutes = 30.0;  // narrow lane skips each station's filter start and reset
+    double convergenceMinutes = 45.0;  // narrow lane skips each station's filter start and reset
                                        // (a reset: all satellites start new arcs at one epoch)
     double maxFraction = 0.25;       // residual (cycles) beyond which an arc or sample is rejected
     double maxWlSigma = 0.1;         // noisiest wide-lane arc mean used (cycles), see below

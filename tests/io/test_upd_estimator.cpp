@@ -27,8 +27,8 @@ TEST(UpdComparison, RemovesDatumAndPublishedIntegers)
     // for the narrow lane, G02's wide lane wrapped (k = 1) with its narrow lane.
     for (int s = 0; s < 3; ++s) {
         const double k = s == 1 ? 1.0 : 0.0;
-        estimate.wideLane.push_back({s + 1, t, wl[s] + 0.3 - k, 0.0, 0});
-        estimate.narrowLane.push_back({s + 1, t, WrapCycle(nl[s] - 0.2 - WideLaneRatio(1) * k), 0.0, 0});
+        estimate.wideLane.push_back({s + 1, t, wl[s] + 0.3 - k, 0.0, 5});
+        estimate.narrowLane.push_back({s + 1, t, WrapCycle(nl[s] - 0.2 - WideLaneRatio(1) * k), 0.0, 5});
     }
     UpdErrors e = CompareUpds(estimate, truth);
     EXPECT_EQ(e.wlCount, 3);
@@ -41,6 +41,12 @@ TEST(UpdComparison, RemovesDatumAndPublishedIntegers)
     e = CompareUpds(estimate, truth);
     EXPECT_NEAR(e.nlRms, std::sqrt(0.0024 / 3), 2e-4);
     EXPECT_NEAR(e.nlMax, 0.04, 2e-4);
+
+    // A value from a single station is left out with a minimum count of 2.
+    estimate.narrowLane[2].count = 1;
+    e = CompareUpds(estimate, truth, 2);
+    EXPECT_EQ(e.nlCount, 2);
+    EXPECT_NEAR(e.nlRms, 0.0, 1e-9);
 }
 
 TEST(UpdEstimator, RecoversNetworkUpdsDespiteOutliersAndRestarts)
@@ -55,8 +61,8 @@ TEST(UpdEstimator, RecoversNetworkUpdsDespiteOutliersAndRestarts)
         EXPECT_EQ(st.stations, 8);
         EXPECT_EQ(st.satellites, static_cast<int>(network.satellites.size()));
         EXPECT_EQ(st.days, 1);
-        // The first half hour is skipped while the float ambiguities converge.
-        EXPECT_EQ(st.intervals, 22);
+        // The first 45 minutes are skipped while the float ambiguities converge.
+        EXPECT_EQ(st.intervals, 21);
         EXPECT_GE(st.wlRejected, network.wlOutliers);
         EXPECT_GE(st.nlRejected, network.nlOutliers);
         EXPECT_LT(st.wlRms, 0.05);
@@ -64,7 +70,7 @@ TEST(UpdEstimator, RecoversNetworkUpdsDespiteOutliersAndRestarts)
 
         const UpdErrors e = CompareUpds(estimate.product, network.truth);
         EXPECT_EQ(e.wlCount, static_cast<int>(network.satellites.size()));
-        EXPECT_GT(e.nlCount, 22 * 12);
+        EXPECT_GT(e.nlCount, 21 * 12);
         EXPECT_LT(e.wlRms, 0.01);
         EXPECT_LT(e.nlRms, 0.015);
         EXPECT_LT(e.nlMax, 0.05);
