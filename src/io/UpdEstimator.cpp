@@ -198,12 +198,13 @@ void EstimateWideLane(std::vector<ArcSegment>& segments, int stations, const Upd
         }
         const FractionFit fit = FitFractions(obs, stations * kSystems, _MAX_PRN, options.maxFraction);
         for (size_t k = 0; k < obs.size(); ++k) {
-            if (!fit.inlier[k])
+            // Arcs of satellites the fit leaves undetermined get no integer.
+            const double satellite = fit.satellite[static_cast<size_t>(obs[k].satellite)];
+            if (!fit.inlier[k] || std::isnan(satellite))
                 continue;
             ArcSegment& s = segments[static_cast<size_t>(day.second[k])];
             s.fixed = true;
-            s.integer = std::round(obs[k].value - fit.satellite[static_cast<size_t>(obs[k].satellite)] +
-                                   fit.receiver[static_cast<size_t>(obs[k].receiver)]);
+            s.integer = std::round(obs[k].value - satellite + fit.receiver[static_cast<size_t>(obs[k].receiver)]);
             contributed[static_cast<size_t>(s.station)] = 1;
             satellites[static_cast<size_t>(obs[k].satellite)] = 1;
         }
@@ -300,7 +301,7 @@ void CollectNarrowLane(const std::vector<AmbiguityExport>& network, const std::v
                 if (seg < 0)
                     continue;
                 const ArcSegment& s = segments[static_cast<size_t>(seg)];
-                if (!s.fixed || r.elevation < options.minElevationDeg || !HasValue(r.amb) ||
+                if (!s.fixed || !(r.elevation >= options.minElevationDeg) || !HasValue(r.amb) ||
                     !HasValue(r.ambSigma) || t - filterStart < options.convergenceMinutes * 60.0 ||
                     t - s.arcStart < options.minArcMinutes * 60.0)
                     continue;
