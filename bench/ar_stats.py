@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Fixing figures of ppprun runs in the ambiguity-resolution mode, from the
-library's ".pppar" files (one line per epoch after the warm-up, the ratio of
-the fixed solution in its 23rd field, X, Y, Z in fields 30 to 32) against
-the true position, with the filter restarted every `--window` hours (a cold
+library's ".pppar" files (one line per epoch, the ratio of the fixed
+solution in its 23rd field) and the ".pppar.pos" files beside them (the
+same epochs, ECEF positions) against the true position, with the filter restarted every `--window` hours (a cold
 start each).
 
 Per window: time to the first fix, share of epochs fixed after it, and the
@@ -25,17 +25,17 @@ LIMITS = {'static': (0.02, 0.04), 'kinematic': (0.05, 0.10)}
 
 
 def read_pppar(path):
-    """(time, fixed, (x, y, z)) per line."""
-    epochs = []
+    """(time, fixed, (x, y, z)) per epoch."""
+    fixed = []
     with open(path) as f:
         for line in f:
             p = line.split()
-            if len(p) < 32:
-                continue
-            y, mo, d, h, mi, s = (int(v) for v in p[:6])
-            t = datetime.datetime(y, mo, d, h, mi, s)
-            epochs.append((t, float(p[22]) > 0.0, tuple(float(v) for v in p[29:32])))
-    return epochs
+            if len(p) >= 23:
+                fixed.append(float(p[22]) > 0.0)
+    positions = posstats.read_positions(path + '.pos')
+    if len(positions) != len(fixed):
+        raise SystemExit(f'{path}: {len(fixed)} epochs, {len(positions)} positions in {path}.pos')
+    return [(t, f, xyz) for (t, xyz), f in zip(positions, fixed)]
 
 
 def window_figures(epochs, truth, dynamics, hours):
