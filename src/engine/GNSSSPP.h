@@ -212,6 +212,10 @@ private:
     // Position and receiver clocks of the epoch from a solution X of the
     // carried parameters; the epoch parameters' solution is returned in dX.
     void BackSubstitute(const Matrix& X, PROCINFOSITE* ps, tagSPPONERESULT* result, Matrix& dX);
+    // Epoch parameters (position, clocks) for a solution X of the carried ones.
+    Matrix EpochParameters(const Matrix& X, const PROCINFOSITE* ps) const;
+    // The model of satellite i's observations of the last epoch, without ambiguity.
+    double ModelledObservation(const Matrix& X, const Matrix& dX, const PROCINFOSITE* ps, int i) const;
     // Ambiguity resolution helpers.
     int AmbiguityStateIndex(int column) const;   // state index of an ambiguity column
     int FixNarrowLanes(PROCINFOSITE* ps, tagSPPONERESULT* result);

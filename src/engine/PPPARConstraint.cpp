@@ -19,7 +19,11 @@ constexpr double kMinUnitWeightSigma = 0.003;   // m, floor of the phase unit-we
 constexpr int kMinNarrowLanes = 4;
 constexpr double kVarianceSmoothing = 0.05;   // per epoch, of the unit-weight variance
 constexpr double kMinSuccessRate = 0.99;
-constexpr double kMaxNarrowLaneSigma = 0.7;     // cycles, of each float narrow lane
+// Largest standard deviation of a float narrow lane that takes part (cycles).
+// A moving receiver's floats carry unmodelled errors longer, hidden in the
+// position that each epoch re-estimates: they must be more converged.
+constexpr double kMaxNarrowLaneSigmaStatic = 0.7;
+constexpr double kMaxNarrowLaneSigmaMoving = 0.25;
 constexpr double kHoldRatio = 5.0;
 constexpr double kHoldAgreement = 0.01;   // m
 constexpr double kHoldElevation = 15.0 * _DEG2RAD;
@@ -86,9 +90,10 @@ int CGNSSSPP::FixNarrowLanes(PROCINFOSITE* ps, tagSPPONERESULT* result)
     // Ambiguities of arcs that have not converged yet stay float.
     Matrix floats, Q;
     NarrowLaneProblem(ps->X, ps->Qxx, m_ar.fixable, floats, Q);
+    const double maxSigma = m_conf->pos_mode == 2 ? kMaxNarrowLaneSigmaStatic : kMaxNarrowLaneSigmaMoving;
     std::vector<int> sats;
     for (size_t i = 0; i < m_ar.fixable.size(); ++i)
-        if (Q(i, i) * variance0 <= kMaxNarrowLaneSigma * kMaxNarrowLaneSigma)
+        if (Q(i, i) * variance0 <= maxSigma * maxSigma)
             sats.push_back(m_ar.fixable[i]);
     const int n = static_cast<int>(sats.size());
     if (n < 1)

@@ -185,11 +185,26 @@ int CGNSSSPP::PPPOneEpoch(tagGPSOBSONEEPO* epo, tagGMSP3REC* orb, tagGMN* nav, t
     return 1;
 }
 
-void CGNSSSPP::BackSubstitute(const Matrix& X, PROCINFOSITE* ps, tagSPPONERESULT* result, Matrix& dX)
+Matrix CGNSSSPP::EpochParameters(const Matrix& X, const PROCINFOSITE* ps) const
 {
     const Matrix coupled = ps->N12 * X;
     const Matrix reduced = ps->U1 - coupled;
-    dX = ps->Q11 * reduced;
+    return ps->Q11 * reduced;
+}
+
+double CGNSSSPP::ModelledObservation(const Matrix& X, const Matrix& dX, const PROCINFOSITE* ps, int i) const
+{
+    double predicted = 0.0;
+    for (unsigned j = 0; j < ps->A1.ColNo(); ++j)
+        predicted += ps->A1(i, j) * dX(j, 0);
+    for (unsigned j = 0; j < ps->A2.ColNo(); ++j)
+        predicted += ps->A2(i, j) * X(j, 0);
+    return predicted;
+}
+
+void CGNSSSPP::BackSubstitute(const Matrix& X, PROCINFOSITE* ps, tagSPPONERESULT* result, Matrix& dX)
+{
+    dX = EpochParameters(X, ps);
     const bool staticMode = m_conf->pos_mode == 2;
     const bool positionInA1 = m_conf->pos_mode != 1 && !staticMode;
     // The coordinate correction to the a-priori position: carried in the
@@ -223,15 +238,10 @@ void CGNSSSPP::StorePPPSolution(tagGPSOBSONEEPO* epo, tagSPPONERESULT* result, P
     BackSubstitute(X, ps, result, dX);
     const int m = static_cast<int>(ps->A1.RowNo());
     const int nA = static_cast<int>(ps->A1.ColNo());
-    const int nB = static_cast<int>(ps->A2.ColNo());
 
     double sumPhase = 0.0, sumCode = 0.0;
     for (int i = 0; i < m; ++i) {
-        double predicted = 0.0;
-        for (int j = 0; j < nA; ++j)
-            predicted += ps->A1(i, j) * dX(j, 0);
-        for (int j = 0; j < nB; ++j)
-            predicted += ps->A2(i, j) * X(j, 0);
+        const double predicted = ModelledObservation(X, dX, ps, i);
         const double vL = predicted - X(nFirst + i, 0) - ps->L(0, 2 * i + 1);
         const double vP = predicted - ps->L(0, 2 * i);
         const double pl = ps->P[0](0, i), pc = ps->P[1](0, i);

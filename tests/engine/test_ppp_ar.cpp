@@ -111,7 +111,7 @@ TEST(PPPAmbiguityResolution, TrueUpdsFixTheTrueIntegers)
         int posMode;
         bool hold;
         double firstFixMinutes, fixedShare, finalError;   // min, share of epochs after the first fix, m
-    } cases[] = {{2, false, 20.0, 0.65, 0.01}, {3, false, 35.0, 0.6, 0.03}, {3, true, 35.0, 0.6, 0.03}};
+    } cases[] = {{2, false, 20.0, 0.65, 0.01}, {3, false, 60.0, 0.6, 0.03}, {3, true, 60.0, 0.6, 0.03}};
     for (const auto& c : cases) {
         SCOPED_TRACE("dynamics " + std::to_string(c.posMode) + (c.hold ? ", holding" : ""));
         const ArOutcome out = RunAr(c.posMode, nullptr, c.hold);
