@@ -7,7 +7,7 @@ BUILD_ARM   ?= build-arm
 ARM_SYSROOT ?= $(CURDIR)/.deps/armhf
 CMAKE_FLAGS ?=
 
-.PHONY: all test test-asan test-arm compare-platforms bench demo fuzz clean arm-deps
+.PHONY: all test test-asan test-arm compare-platforms bench demo demo-ar fuzz clean arm-deps
 
 all:
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release $(CMAKE_FLAGS)
@@ -48,6 +48,10 @@ bench:
 
 demo: all
 	@if [ -x tools/demo.sh ]; then tools/demo.sh $(BUILD); else echo "the demo program is not built yet"; fi
+
+# Ambiguity resolution on a small simulated network from the bundled sample.
+demo-ar: all
+	tools/demo_ar.sh $(BUILD)
 
 # Damaged copies of the sample inputs against the sanitizer build.
 fuzz:

@@ -21,7 +21,9 @@ def figures(path):
     windows = [w for r in runs for w in r['windows']]
     static = [w for r in runs if r['dynamics'] == 'static' for w in r['windows']]
     kinematic = [w for r in runs if r['dynamics'] == 'kinematic' for w in r['windows']]
-    first = [w['first_fix_min'] if w['first_fix_min'] is not None else 120.0 for w in windows]
+    def first_fix(ws):
+        return [w['first_fix_min'] if w['first_fix_min'] is not None else 120.0 for w in ws]
+    first = first_fix(windows)
     after = [w['fixed_after_first'] for w in windows if 'fixed_after_first' in w]
     sq = [sum(w.get('sq', [0, 0, 0])[k] for w in kinematic) for k in range(3)]
     n = sum(w.get('n', 0) for w in kinematic)
@@ -31,6 +33,8 @@ def figures(path):
         'starts': len(windows),
         'never': sum(1 for w in windows if w['first_fix_min'] is None),
         'first_median': statistics.median(first),
+        'first_static': statistics.median(first_fix(static)),
+        'first_kinematic': statistics.median(first_fix(kinematic)),
         'after': 100.0 * statistics.mean(after) if after else 0.0,
         'h1h': 1000.0 * statistics.median([w['h_after_1h_m'] for w in static if 'h_after_1h_m' in w] or [math.nan]),
         'v1h': 1000.0 * statistics.median([w['v_after_1h_m'] for w in static if 'v_after_1h_m' in w] or [math.nan]),
@@ -39,14 +43,16 @@ def figures(path):
 
 
 def row(name, f):
-    return (f"| {name} | {f['wrong']} of {f['fixed']} | {f['first_median']:.1f} | {f['never']} of {f['starts']} | "
+    return (f"| {name} | {f['wrong']} of {f['fixed']} | {f['first_median']:.1f} ({f['first_static']:.1f} / "
+            f"{f['first_kinematic']:.1f}) | {f['never']} of {f['starts']} | "
             f"{f['after']:.1f} | {f['h1h']:.1f} / {f['v1h']:.1f} | "
             f"{f['rms'][0]:.1f} / {f['rms'][1]:.1f} / {f['rms'][2]:.1f} |")
 
 
 def main():
     truth, network, upd_line = figures(sys.argv[1]), figures(sys.argv[2]), sys.argv[3]
-    print('| UPDs | wrong fixes | first fix median (min) | starts never fixed | fixed after first fix (%) '
+    print('| UPDs | wrong fixes | first fix median, all (static / kinematic) (min) | starts never fixed '
+          '| fixed after first fix (%) '
           '| static 1 h H / V (mm) | kinematic RMS N / E / U (cm) |')
     print('|---|---|---|---|---|---|---|')
     print(row('true', truth))
