@@ -1,55 +1,16 @@
 #include "Options.h"
 
-#include <cerrno>
-#include <cmath>
-#include <cstdlib>
+#include "io/CommandLine.h"
 
 namespace netsim {
-
-namespace {
-
-double ParseNumber(const std::string& option, const std::string& text, double low, double high)
-{
-    errno = 0;
-    char* end = nullptr;
-    const double value = std::strtod(text.c_str(), &end);
-    if (text.empty() || *end != '\0' || errno == ERANGE || !(value >= low && value <= high))
-        throw UsageError("option " + option + " expects a number from " + std::to_string(low) + " to " +
-                         std::to_string(high) + ", not '" + text + "'");
-    return value;
-}
-
-int ParseCount(const std::string& option, const std::string& text, int low, int high)
-{
-    const double value = ParseNumber(option, text, low, high);
-    if (value != std::floor(value))
-        throw UsageError("option " + option + " expects a whole number, not '" + text + "'");
-    return static_cast<int>(value);
-}
-
-std::string ParseSystems(const std::string& text)
-{
-    std::string systems;
-    for (char wanted : {'G', 'R', 'E'})
-        if (text.find(wanted) != std::string::npos)
-            systems += wanted;
-    if (text.empty() || text.find_first_not_of("GRE") != std::string::npos || systems.size() != text.size())
-        throw UsageError("option --systems expects letters of G, R, E, not '" + text + "'");
-    return systems;
-}
-
-}  // namespace
 
 Options ParseOptions(int argc, char** argv)
 {
     Options o;
-    for (int i = 1; i < argc; ++i) {
-        const std::string option = argv[i];
-        auto value = [&]() -> std::string {
-            if (i + 1 >= argc)
-                throw UsageError("option " + option + " needs a value");
-            return argv[++i];
-        };
+    pppio::Arguments args(argc, argv);
+    while (args.next()) {
+        const std::string& option = args.option();
+        auto value = [&args]() { return args.value(); };
         if (option == "--help" || option == "-h")
             o.help = true;
         else if (option == "--sp3")
@@ -59,38 +20,38 @@ Options ParseOptions(int argc, char** argv)
         else if (option == "--out")
             o.outDir = value();
         else if (option == "--stations")
-            o.stations = ParseCount(option, value(), 1, 12);
+            o.stations = pppio::parseCount(option, value(), 1, 12);
         else if (option == "--rovers")
-            o.rovers = ParseCount(option, value(), 0, 2);
+            o.rovers = pppio::parseCount(option, value(), 0, 2);
         else if (option == "--kinematic")
             o.kinematic = true;
         else if (option == "--start") {
             o.start = value();
             o.hasStart = true;
         } else if (option == "--hours")
-            o.hours = ParseNumber(option, value(), 1.0 / 3600.0, 48.0);
+            o.hours = pppio::parseNumber(option, value(), 1.0 / 3600.0, 48.0);
         else if (option == "--interval")
-            o.interval = ParseNumber(option, value(), 1.0, 3600.0);
+            o.interval = pppio::parseNumber(option, value(), 1.0, 3600.0);
         else if (option == "--systems")
-            o.systems = ParseSystems(value());
+            o.systems = pppio::parseSystems(option, value(), "GRE");
         else if (option == "--seed")
-            o.seed = static_cast<uint32_t>(ParseNumber(option, value(), 0.0, 4294967295.0));
+            o.seed = static_cast<uint32_t>(pppio::parseNumber(option, value(), 0.0, 4294967295.0));
         else if (option == "--elev-mask")
-            o.elevMask = ParseNumber(option, value(), 0.0, 60.0);
+            o.elevMask = pppio::parseNumber(option, value(), 0.0, 60.0);
         else if (option == "--code-sigma")
-            o.codeSigma = ParseNumber(option, value(), 0.0, 10.0);
+            o.codeSigma = pppio::parseNumber(option, value(), 0.0, 10.0);
         else if (option == "--phase-sigma")
-            o.phaseSigma = ParseNumber(option, value(), 0.0, 0.05);
+            o.phaseSigma = pppio::parseNumber(option, value(), 0.0, 0.05);
         else if (option == "--slips")
-            o.slipsPerDay = ParseNumber(option, value(), 0.0, 1000.0);
+            o.slipsPerDay = pppio::parseNumber(option, value(), 0.0, 1000.0);
         else if (option == "--gaps")
-            o.gapsPerDay = ParseNumber(option, value(), 0.0, 100.0);
+            o.gapsPerDay = pppio::parseNumber(option, value(), 0.0, 100.0);
         else if (option == "--nl-drift")
-            o.nlDriftPerHour = ParseNumber(option, value(), -1.0, 1.0);
+            o.nlDriftPerHour = pppio::parseNumber(option, value(), -1.0, 1.0);
         else if (option == "--clock-walk")
-            o.clockWalk = ParseNumber(option, value(), 0.0, 1e-6);
+            o.clockWalk = pppio::parseNumber(option, value(), 0.0, 1e-6);
         else if (option == "--nl-interval")
-            o.nlInterval = ParseNumber(option, value(), 30.0, 86400.0);
+            o.nlInterval = pppio::parseNumber(option, value(), 30.0, 86400.0);
         else
             throw UsageError("unknown option " + option + " (see --help)");
     }

@@ -3,9 +3,10 @@
 #define NETSIM_OPTIONS_H
 
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 #include <vector>
+
+#include "io/CommandLine.h"
 
 namespace netsim {
 
@@ -35,10 +36,8 @@ struct Options {
     bool help = false;
 };
 
-class UsageError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
+// Wrong options: the message is one line for the user.
+using pppio::UsageError;
 
 // Parses argv; throws UsageError.
 Options ParseOptions(int argc, char** argv);

@@ -1,48 +1,21 @@
 #include "Options.h"
 
-#include <cerrno>
-#include <cmath>
-#include <cstdlib>
+#include "io/CommandLine.h"
 
 namespace ppprun {
 
 namespace {
 
-double ParseNumber(const std::string& option, const std::string& text)
-{
-    errno = 0;
-    char* end = nullptr;
-    const double value = std::strtod(text.c_str(), &end);
-    if (text.empty() || *end != '\0' || errno == ERANGE || !std::isfinite(value))
-        throw UsageError("option " + option + " expects a number, not '" + text + "'");
-    return value;
-}
-
-// n comma-separated numbers; `shape` names them in the message.
-void ParseList(const std::string& option, const std::string& text, double* values, int n, const char* shape)
-{
-    size_t start = 0;
-    for (int k = 0; k < n; ++k) {
-        const size_t comma = text.find(',', start);
-        const bool last = k == n - 1;
-        if (last != (comma == std::string::npos))
-            throw UsageError("option " + option + " expects " + shape + ", not '" + text + "'");
-        const std::string part = text.substr(start, last ? std::string::npos : comma - start);
-        values[k] = ParseNumber(option, part);
-        start = comma + 1;
-    }
-}
-
 void ParseTriple(const std::string& option, const std::string& text, double* xyz)
 {
-    ParseList(option, text, xyz, 3, "X,Y,Z in metres");
+    pppio::parseList(option, text, xyz, 3, "X,Y,Z in metres");
 }
 
 // Five positive values for G, R, E, C and BeiDou geostationary satellites,
 // within a range whose squares and ratios stay well inside double precision.
 void ParseWeights(const std::string& option, const std::string& text, double* values)
 {
-    ParseList(option, text, values, 5, "five values G,R,E,C,C-GEO");
+    pppio::parseList(option, text, values, 5, "five values G,R,E,C,C-GEO");
     for (int k = 0; k < 5; ++k)
         if (!(values[k] >= 1e-6 && values[k] <= 1e6))
             throw UsageError("option " + option + " expects positive values from 1e-6 to 1e6, not '" + text + "'");
@@ -58,7 +31,7 @@ int ParseMode(const std::string& text)
         return 3;
     if (text == "ar")
         return 4;
-    const double mode = ParseNumber("--mode", text);
+    const double mode = pppio::parseNumber("--mode", text);
     if (mode != static_cast<int>(mode) || mode < 0 || mode > 99)
         throw UsageError("option --mode expects spp, ppp, upd-export, ar or a mode number, not '" + text + "'");
     return static_cast<int>(mode);
@@ -75,31 +48,15 @@ int ParseDynamics(const std::string& text)
     throw UsageError("option --dynamics expects static, kinematic or fixed, not '" + text + "'");
 }
 
-// Letters of G, R, E, C in this order, each once.
-std::string ParseSystems(const std::string& text)
-{
-    std::string systems;
-    for (char wanted : {'G', 'R', 'E', 'C'})
-        if (text.find(wanted) != std::string::npos)
-            systems += wanted;
-    if (text.empty() || text.find_first_not_of("GREC") != std::string::npos || systems.size() != text.size())
-        throw UsageError("option --systems expects letters of G, R, E, C, not '" + text + "'");
-    return systems;
-}
-
 }  // namespace
 
 Options ParseOptions(int argc, char** argv)
 {
     Options o;
-    for (int i = 1; i < argc; ++i) {
-        const std::string option = argv[i];
-        // The value of an option that takes one.
-        auto value = [&]() -> std::string {
-            if (i + 1 >= argc)
-                throw UsageError("option " + option + " needs a value");
-            return argv[++i];
-        };
+    pppio::Arguments args(argc, argv);
+    while (args.next()) {
+        const std::string& option = args.option();
+        auto value = [&args]() { return args.value(); };
         if (option == "--help" || option == "-h")
             o.help = true;
         else if (option == "--obs")
@@ -121,9 +78,9 @@ Options ParseOptions(int argc, char** argv)
         else if (option == "--dynamics")
             o.posMode = ParseDynamics(value());
         else if (option == "--systems")
-            o.systems = ParseSystems(value());
+            o.systems = pppio::parseSystems(option, value(), "GREC");
         else if (option == "--elev-mask")
-            o.elevMask = ParseNumber(option, value());
+            o.elevMask = pppio::parseNumber(option, value());
         else if (option == "--apriori") {
             ParseTriple(option, value(), o.apriori);
             o.hasApriori = true;
@@ -143,7 +100,7 @@ Options ParseOptions(int argc, char** argv)
         else if (option == "--code-ratios")
             ParseWeights(option, value(), o.codeRatio);
         else if (option == "--trop-noise")
-            o.tropWalkMm = ParseNumber(option, value());
+            o.tropWalkMm = pppio::parseNumber(option, value());
         else if (option == "--no-tide")
             o.solidTide = false;
         else if (option == "--no-windup")
@@ -153,7 +110,7 @@ Options ParseOptions(int argc, char** argv)
         else if (option == "--no-sat-antenna")
             o.satAntenna = false;
         else if (option == "--reset-hours")
-            o.resetHours = ParseNumber(option, value());
+            o.resetHours = pppio::parseNumber(option, value());
         else if (option == "--debug")
             o.debug = true;
         else if (option == "--residuals")
@@ -167,7 +124,7 @@ Options ParseOptions(int argc, char** argv)
         else if (option == "--hold")
             o.hold = true;
         else if (option == "--ratio")
-            o.ratio = ParseNumber(option, value());
+            o.ratio = pppio::parseNumber(option, value());
         else if (option == "--amb-logs")
             o.ambLogs = true;
         else

@@ -2,9 +2,10 @@
 #ifndef PPPRUN_OPTIONS_H
 #define PPPRUN_OPTIONS_H
 
-#include <stdexcept>
 #include <string>
 #include <vector>
+
+#include "io/CommandLine.h"
 
 namespace ppprun {
 
@@ -57,10 +58,7 @@ struct Options {
 };
 
 // Wrong options: the message is one line for the user.
-class UsageError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
+using pppio::UsageError;
 
 // Parses argv; throws UsageError.
 Options ParseOptions(int argc, char** argv);

@@ -1,41 +1,19 @@
 #include "Options.h"
 
-#include <cerrno>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
+
+#include "io/CommandLine.h"
 
 namespace updnet {
-
-namespace {
-
-// A number from `low` to `high` for `option`.
-double BoundedNumber(const std::string& option, const std::string& text, double low, double high)
-{
-    errno = 0;
-    char* end = nullptr;
-    const double value = std::strtod(text.c_str(), &end);
-    if (text.empty() || *end != '\0' || errno == ERANGE || !(value >= low && value <= high)) {
-        char range[64];
-        std::snprintf(range, sizeof(range), " expects a number from %g to %g", low, high);
-        throw UsageError("option " + option + range + ", not '" + text + "'");
-    }
-    return value;
-}
-
-}  // namespace
 
 Options ParseOptions(int argc, char** argv)
 {
     Options o;
     pppio::UpdEstimatorOptions& e = o.estimator;
-    for (int i = 1; i < argc; ++i) {
-        const std::string option = argv[i];
-        auto value = [&]() -> std::string {
-            if (i + 1 >= argc)
-                throw UsageError("option " + option + " needs a value");
-            return argv[++i];
-        };
+    pppio::Arguments args(argc, argv);
+    while (args.next()) {
+        const std::string& option = args.option();
+        auto value = [&args]() { return args.value(); };
         if (option == "--help" || option == "-h")
             o.help = true;
         else if (option == "--out")
@@ -45,17 +23,17 @@ Options ParseOptions(int argc, char** argv)
         else if (option == "--exclude")
             o.excluded.push_back(value());
         else if (option == "--nl-interval")
-            e.nlIntervalSeconds = BoundedNumber(option, value(), 30.0, 86400.0);
+            e.nlIntervalSeconds = pppio::parseNumber(option, value(), 30.0, 86400.0);
         else if (option == "--min-elev")
-            e.minElevationDeg = BoundedNumber(option, value(), 0.0, 90.0);
+            e.minElevationDeg = pppio::parseNumber(option, value(), 0.0, 90.0);
         else if (option == "--min-arc")
-            e.minArcMinutes = BoundedNumber(option, value(), 0.0, 1440.0);
+            e.minArcMinutes = pppio::parseNumber(option, value(), 0.0, 1440.0);
         else if (option == "--converge")
-            e.convergenceMinutes = BoundedNumber(option, value(), 0.0, 1440.0);
+            e.convergenceMinutes = pppio::parseNumber(option, value(), 0.0, 1440.0);
         else if (option == "--max-fraction")
-            e.maxFraction = BoundedNumber(option, value(), 0.05, 0.5);
+            e.maxFraction = pppio::parseNumber(option, value(), 0.05, 0.5);
         else if (option == "--max-wl-sigma")
-            e.maxWlSigma = BoundedNumber(option, value(), 0.01, 1.0);
+            e.maxWlSigma = pppio::parseNumber(option, value(), 0.01, 1.0);
         else if (!option.empty() && option[0] == '-')
             throw UsageError("unknown option '" + option + "' (see --help)");
         else
