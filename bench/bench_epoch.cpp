@@ -5,6 +5,11 @@
 // single point, static and kinematic float PPP with GPS, GLONASS and Galileo
 // and every PPP correction on. Timed per epoch: handing over a copy of the
 // epoch and orbit records (as a host does) and pppos.
+//
+// Ambiguity resolution against float PPP on the same epochs: the rover of
+// the simulated network that `make demo-ar` writes from the same products
+// (build/demo-ar/net, or the directory named by PPP_AR_DIR) with its true
+// UPDs; skipped when it is not there.
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
@@ -21,6 +26,7 @@
 #include "io/PreciseClock.h"
 #include "io/PreciseOrbit.h"
 #include "io/RinexObsReader.h"
+#include "io/UpdFile.h"
 #include "io/SiteSetup.h"
 #include "lib/Process.h"
 #include "lib/ppplib.h"
@@ -35,25 +41,36 @@ std::string SampleFile(const char* name)
     return std::string(dir ? dir : "data/sample") + "/" + name;
 }
 
-// The sample's epochs as the library receives them, with the site and its antenna.
+std::string RoverFile(const char* name)
+{
+    const char* dir = std::getenv("PPP_AR_DIR");
+    return std::string(dir ? dir : "build/demo-ar/net") + "/" + name;
+}
+
+// The epochs of an observation file as the library receives them, with the
+// site and its antenna (when the antenna file holds it), and the UPDs of the
+// epochs when a UPD file is given.
 struct Sample {
     std::vector<tagGPSOBSONEEPO> epochs;
     std::vector<tagGMSP3REC> orbits;
+    std::vector<std::vector<t_upd>> upds;
     tagSITE site{};
     pppio::AntennaTable antennas;
     const pppio::AntexAntenna* calibration = nullptr;
+    bool satelliteAntennas = true;
     std::string error;
 
-    Sample()
+    Sample(const std::string& obs, const std::string& upd, bool satelliteAntennas_)
+        : satelliteAntennas(satelliteAntennas_)
     {
         try {
-            Load();
+            Load(obs, upd);
         } catch (const std::exception& e) {
             error = e.what();
         }
     }
 
-    void Load()
+    void Load(const std::string& obs, const std::string& upd)
     {
         pppio::SatelliteSet wanted;
         for (int iprn = 1; iprn <= MAXSATNUM; ++iprn)
@@ -66,7 +83,10 @@ struct Sample {
         clock.load(SampleFile("GRG0MGXFIN_20201770000_02H_30S_CLK.CLK.gz"), wanted);
         antennas.load(SampleFile("ESBC_receiver_antenna.atx"));
 
-        pppio::RinexObsReader reader(SampleFile("ESBC00DNK_R_20201770000_02H_30S_MO.rnx.gz"));
+        pppio::UpdProduct product;
+        if (!upd.empty())
+            product = pppio::UpdProduct::read(upd);
+        pppio::RinexObsReader reader(obs);
         const pppio::RinexObsHeader& header = reader.header();
         pppio::SiteRequest request;
         request.antennas = &antennas;
@@ -81,7 +101,7 @@ struct Sample {
         sources.orbit = &orbit;
         sources.clock = &clock;
         sources.antennas = &antennas;
-        pppio::OrbitRecordBuilder builder(sources, true);
+        pppio::OrbitRecordBuilder builder(sources, satelliteAntennas);
         const pppio::CarrierFrequencies frequencies(header, nullptr);
         pppio::EpochAssembler assembler(header, frequencies, builder, kSystems);
         auto epoch = std::make_unique<tagGPSOBSONEEPO>();
@@ -91,22 +111,31 @@ struct Sample {
             if (assembler.assemble(in, *epoch, *orbits)) {
                 epochs.push_back(*epoch);
                 this->orbits.push_back(*orbits);
+                if (!upd.empty()) {
+                    upds.emplace_back(MAXSATNUM);
+                    product.fill(in.gpsTime, upds.back().data());
+                }
             }
     }
 };
 
 const Sample& TheSample()
 {
-    static const Sample sample;
+    static const Sample sample(SampleFile("ESBC00DNK_R_20201770000_02H_30S_MO.rnx.gz"), "", true);
     return sample;
 }
 
-// mode 1: single point; 2: float PPP. posMode 2: static, 3: kinematic.
-void Epochs(benchmark::State& state, int mode, int posMode)
+const Sample& TheRover()
 {
-    const Sample& sample = TheSample();
+    static const Sample rover(RoverFile("ROV1.rnx"), RoverFile("truth.upd"), false);
+    return rover;
+}
+
+// mode 1: single point; 2: float PPP; 4: ambiguity resolution. posMode 2: static, 3: kinematic.
+void Run(benchmark::State& state, const Sample& sample, int mode, int posMode)
+{
     if (!sample.error.empty() || sample.epochs.empty()) {
-        state.SkipWithError(("cannot read the sample: " + sample.error).c_str());
+        state.SkipWithError(("cannot read the epochs (make demo-ar writes the rover's): " + sample.error).c_str());
         return;
     }
     auto epoch = std::make_unique<tagGPSOBSONEEPO>();
@@ -132,8 +161,8 @@ void Epochs(benchmark::State& state, int mode, int posMode)
         tagSITE site = sample.site;
         t_ppplib library(std::vector<char>(kSystems, kSystems + 3), &site, &conf);
         CGNSSSPP& engine = *library.process()->spp;
-        engine.m_set.bSolidTide = engine.m_set.bWindUp = engine.m_set.bRecAntenna = engine.m_set.bSatAntenna =
-            mode >= 2 ? 1 : 0;
+        engine.m_set.bSolidTide = engine.m_set.bWindUp = engine.m_set.bRecAntenna = mode >= 2 ? 1 : 0;
+        engine.m_set.bSatAntenna = mode >= 2 && sample.satelliteAntennas ? 1 : 0;
         if (sample.calibration && mode >= 2)
             pppio::LoadReceiverPcv(*sample.calibration, engine.m_errorCorrection);
 
@@ -141,13 +170,24 @@ void Epochs(benchmark::State& state, int mode, int posMode)
         for (size_t i = 0; i < sample.epochs.size(); ++i) {
             *epoch = sample.epochs[i];
             *orbit = sample.orbits[i];
-            solved += library.pppos(&station, nullptr, nullptr) >= 1;
+            t_upd* upd = mode == 4 ? const_cast<t_upd*>(sample.upds[i].data()) : nullptr;
+            solved += library.pppos(&station, upd, nullptr) >= (mode == 4 ? 4 : 1);
         }
         delete station.smooth;
     }
     const double epochs = static_cast<double>(state.iterations()) * static_cast<double>(sample.epochs.size());
     state.counters["per_epoch"] = benchmark::Counter(epochs, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
-    state.counters["solved"] = static_cast<double>(solved) / epochs;
+    state.counters["solved"] = static_cast<double>(solved) / epochs;   // fixed, in mode 4
+}
+
+void Epochs(benchmark::State& state, int mode, int posMode)
+{
+    Run(state, TheSample(), mode, posMode);
+}
+
+void RoverEpochs(benchmark::State& state, int mode, int posMode)
+{
+    Run(state, TheRover(), mode, posMode);
 }
 
 }  // namespace
@@ -155,5 +195,9 @@ void Epochs(benchmark::State& state, int mode, int posMode)
 BENCHMARK_CAPTURE(Epochs, single_point, 1, 3)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(Epochs, float_ppp_static, 2, 2)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(Epochs, float_ppp_kinematic, 2, 3)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(RoverEpochs, rover_float_static, 2, 2)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(RoverEpochs, rover_ar_static, 4, 2)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(RoverEpochs, rover_float_kinematic, 2, 3)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(RoverEpochs, rover_ar_kinematic, 4, 3)->Unit(benchmark::kMillisecond);
 
 BENCHMARK_MAIN();
