@@ -5,8 +5,9 @@ solution in its 23rd field) and the ".pppar.pos" files beside them (the
 same epochs, ECEF positions) against the true position, with the filter restarted every `--window` hours (a cold
 start each).
 
-Per window: time to the first fix, share of epochs fixed after it, and the
-error of the fixed solution; a fixed epoch counts as a wrong fix when its
+Per window: time to the first fix, share of epochs fixed after it, the
+error of the fixed solution, the fixed epochs more than 1 cm further from
+the truth than the float solution of the same epoch; a fixed epoch counts as a wrong fix when its
 error exceeds the limits of its dynamics (static 2 cm horizontal or 4 cm
 vertical after the first 10 minutes of fixing, kinematic 5 and 10 cm),
 which one wrong narrow-lane integer exceeds.
@@ -25,7 +26,8 @@ LIMITS = {'static': (0.02, 0.04), 'kinematic': (0.05, 0.10)}
 
 
 def read_pppar(path):
-    """(time, fixed, (x, y, z)) per epoch."""
+    """(time, fixed, (x, y, z), float (x, y, z)) per epoch: the float
+    solution of the same epoch comes from the ".ppp.pos" file of the run."""
     fixed = []
     with open(path) as f:
         for line in f:
@@ -35,7 +37,8 @@ def read_pppar(path):
     positions = posstats.read_positions(path + '.pos')
     if len(positions) != len(fixed):
         raise SystemExit(f'{path}: {len(fixed)} epochs, {len(positions)} positions in {path}.pos')
-    return [(t, f, xyz) for (t, xyz), f in zip(positions, fixed)]
+    floats = dict(posstats.read_positions(path[:-len('.pppar')] + '.ppp.pos'))
+    return [(t, f, xyz, floats.get(t)) for (t, xyz), f in zip(positions, fixed)]
 
 
 def window_figures(epochs, truth, dynamics, hours):
@@ -50,7 +53,8 @@ def window_figures(epochs, truth, dynamics, hours):
         if not inside:
             continue
         fixed = [e for e in inside if e[1]]
-        w = {'start_hour': start_hour, 'epochs': len(inside), 'fixed': len(fixed), 'wrong': 0}
+        w = {'start_hour': start_hour, 'epochs': len(inside), 'fixed': len(fixed), 'wrong': 0,
+             'worse_than_float': 0}
         if not fixed:
             w['first_fix_min'] = None
             out.append(w)
@@ -60,9 +64,11 @@ def window_figures(epochs, truth, dynamics, hours):
         after = [e for e in inside if e[0] >= first]
         w['fixed_after_first'] = len(fixed) / len(after)
         errors = []
-        for t, _, xyz in fixed:
+        for t, _, xyz, float_xyz in fixed:
             n, e, u = posstats.to_neu([xyz[i] - truth[i] for i in range(3)], lat, lon)
             errors.append((t, n, e, u))
+            if float_xyz and math.dist(xyz, truth) > math.dist(float_xyz, truth) + 0.01:
+                w['worse_than_float'] += 1
             settled = dynamics == 'kinematic' or (t - first).total_seconds() >= 600.0
             if settled and (math.hypot(n, e) > h_limit or abs(u) > v_limit):
                 w['wrong'] += 1

@@ -9,7 +9,9 @@ static H X mm V Y mm, kinematic RMS N/E/U a/b/c cm, UPD error WL w NL n cycles
 with the true-UPD figures (static: median over the cold starts of the error
 one hour after each start; kinematic: RMS over all fixed epochs).
 
-  ar_summary.py TRUTH.jsonl NETWORK.jsonl UPD_ERROR_LINE"""
+  ar_summary.py TRUTH.jsonl NETWORK.jsonl UPD_ERROR_LINE
+  ar_summary.py --damaged RUNS.jsonl ...   (fixed epochs, wrong ones and ones
+                                            worse than the float solution)"""
 import json
 import math
 import statistics
@@ -29,6 +31,7 @@ def figures(path):
     n = sum(w.get('n', 0) for w in kinematic)
     return {
         'wrong': sum(w['wrong'] for w in windows),
+        'worse': sum(w.get('worse_than_float', 0) for w in windows),
         'fixed': sum(w['fixed'] for w in windows),
         'starts': len(windows),
         'never': sum(1 for w in windows if w['first_fix_min'] is None),
@@ -49,7 +52,17 @@ def row(name, f):
             f"{f['rms'][0]:.1f} / {f['rms'][1]:.1f} / {f['rms'][2]:.1f} |")
 
 
+def damaged(paths):
+    for path in paths:
+        f = figures(path)
+        print(f"damaged UPDs {path}: {f['fixed']} fixed epochs, {f['wrong']} wrong, "
+              f"{f['worse']} more than 1 cm worse than the float solution")
+
+
 def main():
+    if sys.argv[1] == '--damaged':
+        damaged(sys.argv[2:])
+        return
     truth, network, upd_line = figures(sys.argv[1]), figures(sys.argv[2]), sys.argv[3]
     print('| UPDs | wrong fixes | first fix median, all (static / kinematic) (min) | starts never fixed '
           '| fixed after first fix (%) '

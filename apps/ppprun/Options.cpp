@@ -213,7 +213,7 @@ Ambiguity resolution (GPS wide lane and narrow lane):
   --upd FILE            satellite UPDs, ppplib UPD file (see README)
   --bias FILE           Bias-SINEX with code and phase OSBs: codes are
                         corrected, phase biases become the UPDs
-  --ratio R             ratio threshold of the narrow-lane search (default: 2)
+  --ratio R             ratio threshold of the narrow-lane search (default: 3)
   --hold                hold fixed ambiguities from epoch to epoch (default: off)
   --export FILE         mode upd-export: the float-ambiguity file
                         (default: OUT/SITE.famb)

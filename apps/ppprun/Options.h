@@ -51,7 +51,7 @@ struct Options {
     std::string bias;                 // Bias-SINEX with phase biases
     std::string exportFile;           // float-ambiguity export; default OUT/SITE.famb
     bool hold = false;                // hold fixed ambiguities between epochs
-    double ratio = 2.0;               // ratio threshold of the narrow-lane search
+    double ratio = 3.0;               // ratio threshold of the narrow-lane search
     bool ambLogs = false;             // the library's ambiguity logs (".wl", and ".amb" in mode 5)
 
     bool help = false;

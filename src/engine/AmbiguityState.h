@@ -61,6 +61,10 @@ struct tagARSTATE {
     double partialValue;              // partial-fixing value of the epoch
     double distance;                  // squared distance of the last search's best integers
     double variance0;                 // smoothed phase unit-weight variance (m^2), 0 before the first
+    // The fixed set that passed every test in the previous epoch: a set is
+    // accepted only when it agrees with it, so that one lucky epoch is not.
+    std::vector<int> candidateSats;
+    std::vector<double> candidateValues;   // fixed ionosphere-free ambiguity (m), single difference
     // Held ambiguities.
     int32_t holdCount[MAXSATNUM];     // consecutive epochs a satellite's held value agreed
     std::vector<int> holdSats;

@@ -220,6 +220,9 @@ private:
     int AmbiguityStateIndex(int column) const;   // state index of an ambiguity column
     int FixNarrowLanes(PROCINFOSITE* ps, tagSPPONERESULT* result);
     bool AcceptFixedSolution(PROCINFOSITE* ps, tagSPPONERESULT* result, const std::vector<int>& sats);
+    static double FixedAmbiguity(const tagARSAT& a);   // single-difference ionosphere-free value (m)
+    // The epoch's candidate set against the previous epoch's (same satellites, same values).
+    bool AgreesWithPrevious(const std::vector<int>& sats, const std::vector<double>& values) const;
     void NarrowLaneProblem(const Matrix& X, const Matrix& Q, const std::vector<int>& sats, Matrix& floats,
                            Matrix& cofactor) const;
     void WriteWideLaneLine(const tagARSAT& a, const tagARSAT* ref, char sys, int prn, int refIprn, double updWl);

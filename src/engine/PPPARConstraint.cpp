@@ -17,8 +17,9 @@ namespace {
 constexpr double kConstraintWeight = 10000.0;
 constexpr double kMinUnitWeightSigma = 0.003;   // m, floor of the phase unit-weight error
 constexpr int kMinNarrowLanes = 4;
+constexpr double kSameFixTolerance = 0.02;   // m; one narrow-lane cycle is 0.107 m
 constexpr double kVarianceSmoothing = 0.05;   // per epoch, of the unit-weight variance
-constexpr double kMinSuccessRate = 0.99;
+constexpr double kMinSuccessRate = 0.999;
 // Largest standard deviation of a float narrow lane that takes part (cycles).
 // A moving receiver's floats carry unmodelled errors longer, hidden in the
 // position that each epoch re-estimates: they must be more converged.
@@ -147,6 +148,10 @@ int CGNSSSPP::FixNarrowLanes(PROCINFOSITE* ps, tagSPPONERESULT* result)
     // integers that fit the floats as their covariance says (chi-square at
     // 99.9 %). Floats biased by unmodelled effects pass a ratio test by
     // chance early in an arc.
+    std::vector<int> previousSats;
+    std::vector<double> previousValues;
+    previousSats.swap(m_ar.candidateSats);
+    previousValues.swap(m_ar.candidateValues);
     if (ratio < threshold || fixedCount < kMinNarrowLanes || s0 < kMinSuccessRate ||
         m_ar.distance > ChiSquareQuantile999(fixedCount))
         return 0;
@@ -162,8 +167,33 @@ int CGNSSSPP::FixNarrowLanes(PROCINFOSITE* ps, tagSPPONERESULT* result)
         }
         a.dNLInt = fixedList(i, 0);
         kept.push_back(sats[i]);
+        m_ar.candidateSats.push_back(sats[i]);
+        m_ar.candidateValues.push_back(FixedAmbiguity(a));
     }
+    if (!AgreesWithPrevious(previousSats, previousValues))
+        return 0;
     return AcceptFixedSolution(ps, result, kept) ? 1 : 0;
+}
+
+double CGNSSSPP::FixedAmbiguity(const tagARSAT& a)
+{
+    // Ionosphere-free ambiguity from the narrow-lane integer plus its UPD
+    // and the wide-lane integer: c/(f1+f2) (a + b + f2/(f1-f2) w).
+    return _LIGHT_SPEED / (a.dF1 + a.dF2) * (a.dNLInt + a.dNLUpd + a.dF2 / (a.dF1 - a.dF2) * a.dWLInt);
+}
+
+bool CGNSSSPP::AgreesWithPrevious(const std::vector<int>& sats, const std::vector<double>& values) const
+{
+    int common = 0;
+    for (size_t i = 0; i < m_ar.candidateSats.size(); ++i) {
+        const auto previous = std::find(sats.begin(), sats.end(), m_ar.candidateSats[i]);
+        if (previous == sats.end())
+            continue;
+        if (std::fabs(values[previous - sats.begin()] - m_ar.candidateValues[i]) > kSameFixTolerance)
+            return false;
+        ++common;
+    }
+    return common >= kMinNarrowLanes;
 }
 
 int CGNSSSPP::FixedAmb2NEQ(const std::vector<int>& sats, PROCINFOSITE* ps, Matrix& Xfixed, Matrix& Qfixed)
@@ -172,10 +202,7 @@ int CGNSSSPP::FixedAmb2NEQ(const std::vector<int>& sats, PROCINFOSITE* ps, Matri
     Matrix U = m_ar.holdApplied ? ps->UY_hold : ps->UY;
     for (int iprn : sats) {
         tagARSAT& a = m_ar.sat[iprn - 1];
-        // Ionosphere-free ambiguity from the narrow-lane integer plus its UPD
-        // and the wide-lane integer: c/(f1+f2) (a + b + f2/(f1-f2) w).
-        const double value = _LIGHT_SPEED / (a.dF1 + a.dF2) *
-                             (a.dNLInt + a.dNLUpd + a.dF2 / (a.dF1 - a.dF2) * a.dWLInt);
+        const double value = FixedAmbiguity(a);
         a.dFixedAmb = value;
         const int ref = m_ar.refColumn[judge_sys(judge_sys_char(iprn))];
         AddDifferenceConstraint(N, U, AmbiguityStateIndex(a.nColumn), ref >= 0 ? AmbiguityStateIndex(ref) : -1,
