@@ -52,6 +52,18 @@ double ChiSquareQuantile999(int n)
     return n * c * c * c;
 }
 
+// Work lists of the narrow-lane step, kept per thread so that an epoch
+// does not allocate.
+struct NarrowLaneWork {
+    std::vector<int> sats, order, kept, previousSats;
+    std::vector<double> previousValues;
+};
+NarrowLaneWork& Work()
+{
+    static thread_local NarrowLaneWork work;
+    return work;
+}
+
 }  // namespace
 
 // Single-difference narrow-lane floats of the satellites and their cofactor
@@ -62,8 +74,8 @@ void CGNSSSPP::NarrowLaneProblem(const Matrix& X, const Matrix& Q, const std::ve
     const int n = static_cast<int>(sats.size());
     floats.SetSize(n, 1);
     cofactor.SetSize(n, n);
-    std::vector<int> s(n), r(n);
-    std::vector<double> k(n);
+    int s[MAXSATNUM], r[MAXSATNUM];
+    double k[MAXSATNUM];
     for (int i = 0; i < n; ++i) {
         const tagARSAT& a = m_ar.sat[sats[i] - 1];
         s[i] = AmbiguityStateIndex(a.nColumn);
@@ -92,7 +104,9 @@ int CGNSSSPP::FixNarrowLanes(PROCINFOSITE* ps, tagSPPONERESULT* result)
     Matrix floats, Q;
     NarrowLaneProblem(ps->X, ps->Qxx, m_ar.fixable, floats, Q);
     const double maxSigma = m_conf->pos_mode == 2 ? kMaxNarrowLaneSigmaStatic : kMaxNarrowLaneSigmaMoving;
-    std::vector<int> sats;
+    NarrowLaneWork& work = Work();
+    std::vector<int>& sats = work.sats;
+    sats.clear();
     for (size_t i = 0; i < m_ar.fixable.size(); ++i)
         if (Q(i, i) * variance0 <= maxSigma * maxSigma)
             sats.push_back(m_ar.fixable[i]);
@@ -104,7 +118,8 @@ int CGNSSSPP::FixNarrowLanes(PROCINFOSITE* ps, tagSPPONERESULT* result)
     Q = Q * variance0;
 
     // Smallest variance first; the partial fix drops from the end.
-    std::vector<int> order(n);
+    std::vector<int>& order = work.order;
+    order.resize(n);
     std::iota(order.begin(), order.end(), 0);
     std::stable_sort(order.begin(), order.end(), [&Q](int a, int b) { return Q(a, a) < Q(b, b); });
     Matrix sortedFloats(n, 1), sortedQ(n, n);
@@ -116,9 +131,9 @@ int CGNSSSPP::FixNarrowLanes(PROCINFOSITE* ps, tagSPPONERESULT* result)
 
     const double threshold = m_set.dRatioThres;
     double ratio = 0.0, s0 = 0.0;   // s0: the success rate of the set that is tried
-    std::vector<long> ints(n);
+    long ints[MAXSATNUM];
     Matrix fixedSorted(n, 1);
-    if (FixAmb(sortedFloats, sortedQ, &ratio, ints.data(), &s0))
+    if (FixAmb(sortedFloats, sortedQ, &ratio, ints, &s0))
         for (int i = 0; i < n; ++i)
             fixedSorted(i, 0) = static_cast<double>(ints[i]);
     int leftOut = -1;
@@ -148,17 +163,20 @@ int CGNSSSPP::FixNarrowLanes(PROCINFOSITE* ps, tagSPPONERESULT* result)
     // integers that fit the floats as their covariance says (chi-square at
     // 99.9 %). Floats biased by unmodelled effects pass a ratio test by
     // chance early in an arc.
-    std::vector<int> previousSats;
-    std::vector<double> previousValues;
+    std::vector<int>& previousSats = work.previousSats;
+    std::vector<double>& previousValues = work.previousValues;
     previousSats.swap(m_ar.candidateSats);
     previousValues.swap(m_ar.candidateValues);
+    m_ar.candidateSats.clear();
+    m_ar.candidateValues.clear();
     if (ratio < threshold || fixedCount < kMinNarrowLanes || s0 < kMinSuccessRate ||
         m_ar.distance > ChiSquareQuantile999(fixedCount))
         return 0;
 
     Matrix fixedList;
     RecoverOrderAmb(order, fixedSorted, fixedList);
-    std::vector<int> kept;
+    std::vector<int>& kept = work.kept;
+    kept.clear();
     for (int i = 0; i < n; ++i) {
         tagARSAT& a = m_ar.sat[sats[i] - 1];
         if (fixedList(i, 0) == _AR_LEFT_OUT) {
@@ -222,9 +240,9 @@ bool CGNSSSPP::AcceptFixedSolution(PROCINFOSITE* ps, tagSPPONERESULT* result, co
     // The search once more on the constrained solution: it must agree.
     Matrix floats, Q;
     NarrowLaneProblem(Xc, Qc, sats, floats, Q);
-    std::vector<long> ints(sats.size());
+    long ints[MAXSATNUM];
     double ratio = 0.0;
-    FixAmb(floats, Q, &ratio, ints.data(), nullptr);
+    FixAmb(floats, Q, &ratio, ints, nullptr);
     if (ratio < m_set.dRatioThres)
         return false;
     ps->dRatio = ratio;

@@ -81,7 +81,7 @@ int CGNSSSPP::PartialFixAmb(const Matrix& floats, const Matrix& Q, double* bestR
     if (n < 2)
         return 0;
     Matrix subFloats(n - 1, 1), subQ(n - 1, n - 1);
-    std::vector<long> candidate(n - 1);
+    long candidate[MAXSATNUM];
     double bestPassing = -1.0;
     for (int j = 0; j < n; ++j) {
         for (int r = 0, rr = 0; r < n; ++r) {
@@ -96,7 +96,7 @@ int CGNSSSPP::PartialFixAmb(const Matrix& floats, const Matrix& Q, double* bestR
             ++rr;
         }
         double ratio = 0.0, ps = 0.0;
-        if (!FixAmb(subFloats, subQ, &ratio, candidate.data(), &ps))
+        if (!FixAmb(subFloats, subQ, &ratio, candidate, &ps))
             continue;
         *bestRatio = std::max(*bestRatio, ratio);
         if (ratio < m_set.dRatioThres || ratio <= bestPassing)
