@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "apps/ProgramRun.h"
+#include "io/AmbiguityExport.h"
 
 namespace {
 
@@ -102,6 +103,10 @@ TEST(PpprunOptions, BadOptionsAndMissingFilesExitWithTwoAndOneLine)
         {"--obs x --sp3 y --apriori nan,0,0", "--apriori"},
         {"--obs x --sp3 y --reset-hours inf", "--reset-hours"},
         {"--obs", ""},
+        {"--obs x --sp3 y --mode ar", "--upd"},
+        {"--obs x --sp3 y --mode ar --upd a --bias b", "--bias"},
+        {"--obs x --sp3 y --mode upd-export", "--export"},
+        {"--obs x --sp3 y --mode ar --upd a --ratio 0.5", "--ratio"},
         {"--obs " + kObs + " --sp3 " + missing + " --quiet", missing},
     };
     for (const auto& c : cases) {
@@ -158,6 +163,25 @@ TEST(PpprunSample, SppAndFloatPppOfEveryEpochWithTheSummary)
         ASSERT_EQ(xyz.size(), 3u);
         EXPECT_NEAR(xyz[0], 3582104.766, 5.0);
         EXPECT_NEAR(xyz[2], 5232755.139, 5.0);
+    }
+}
+
+// Mode upd-export: the float solution of every epoch and its float
+// ambiguities, which read back epoch by epoch.
+TEST(PpprunSample, UpdExportWritesTheFloatAmbiguitiesOfEveryEpoch)
+{
+    const std::string exported = Scratch("sample.famb");
+    std::remove(exported.c_str());
+    const Outcome r = RunProgram("--obs " + kObs + kProducts + " --mode upd-export --systems GRE --quiet --export " +
+                                 exported);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_NE(r.out.find("result codes      3: 240"), std::string::npos) << r.out;
+    const pppio::AmbiguityExport e = pppio::readAmbiguityExport(exported);
+    EXPECT_EQ(e.site, "ESBC");
+    EXPECT_EQ(e.interval, 30.0);
+    ASSERT_EQ(e.epochs.size(), 240u);
+    for (const pppio::AmbiguityEpoch& epoch : e.epochs) {
+        EXPECT_GE(epoch.satellites.size(), 15u);
     }
 }
 
