@@ -219,6 +219,8 @@ private:
     // Ambiguity resolution helpers.
     int AmbiguityStateIndex(int column) const;   // state index of an ambiguity column
     int FixNarrowLanes(PROCINFOSITE* ps, tagSPPONERESULT* result);
+    // Single differences of the system's satellites against a reference, which becomes zero.
+    void DifferenceAgainst(const PROCINFOSITE* ps, int refIprn);
     bool AcceptFixedSolution(PROCINFOSITE* ps, tagSPPONERESULT* result, const std::vector<int>& sats);
     static double FixedAmbiguity(const tagARSAT& a);   // single-difference ionosphere-free value (m)
     // The epoch's candidate set against the previous epoch's (same satellites, same values).

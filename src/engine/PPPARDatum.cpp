@@ -35,7 +35,7 @@ bool HasReference(int32_t datum)
 }
 
 // Satellite index of column j of the site's ambiguity list.
-int ListSatellite(const PROCINFOSITE* ps, int j)
+int ListSatellite(const PROCINFOSITE* ps, unsigned j)
 {
     return Round(ps->ambList(0, j));
 }
@@ -113,25 +113,28 @@ int CGNSSSPP::ApplyUPDsOneSite(PROCINFOSITE* ps, tagGPSOBSONEEPO* epo)
         ps->datumSat[sys] = winner[sys];
         m_ar.refColumn[sys] = winnerColumn[sys];
     }
-    // Single differences against the reference; the reference itself becomes zero.
-    for (int sys = 0; sys < 4; ++sys) {
-        if (!HasReference(winner[sys]))
-            continue;
-        const tagARSAT ref = m_ar.sat[winner[sys] - 1];
-        for (int j = 0; j < n; ++j) {
-            const int iprn = ListSatellite(ps, j);
-            if (iprn == winner[sys] || judge_sys(judge_sys_char(iprn)) != sys)
-                continue;
-            tagARSAT& a = m_ar.sat[iprn - 1];
-            const double frac = a.dWLFrac - ref.dWLFrac;
-            a.dWLFrac = frac - Round(frac);
-            a.dWL -= ref.dWL;
-            a.dAmb -= ref.dAmb;
-        }
-        tagARSAT& r = m_ar.sat[winner[sys] - 1];
-        r.dWL = r.dWLFrac = r.dAmb = 0.0;
-    }
+    for (int sys = 0; sys < 4; ++sys)
+        if (HasReference(winner[sys]))
+            DifferenceAgainst(ps, winner[sys]);
     return 1;
+}
+
+void CGNSSSPP::DifferenceAgainst(const PROCINFOSITE* ps, int refIprn)
+{
+    const tagARSAT ref = m_ar.sat[refIprn - 1];
+    const char sys = judge_sys_char(refIprn);
+    for (unsigned j = 0; j < ps->ambList.ColNo(); ++j) {
+        const int iprn = ListSatellite(ps, j);
+        if (iprn == refIprn || judge_sys_char(iprn) != sys)
+            continue;
+        tagARSAT& a = m_ar.sat[iprn - 1];
+        const double frac = a.dWLFrac - ref.dWLFrac;
+        a.dWLFrac = frac - Round(frac);
+        a.dWL -= ref.dWL;
+        a.dAmb -= ref.dAmb;
+    }
+    tagARSAT& r = m_ar.sat[refIprn - 1];
+    r.dWL = r.dWLFrac = r.dAmb = 0.0;
 }
 
 int CGNSSSPP::GetDatumUPD(PROCINFOSITE* ps, const Matrix& updWl, const Matrix& updNl, int minCount, char sys)
@@ -168,20 +171,8 @@ int CGNSSSPP::AdjustDatumSat(const Matrix& updWl, const Matrix& updNl, PROCINFOS
         if (column < 0)
             continue;
         const int iprn = ListSatellite(ps, column);
-        const tagARSAT newRef = m_ar.sat[iprn - 1];
-        for (int j = 0; j < static_cast<int>(ps->ambList.ColNo()); ++j) {
-            const int other = ListSatellite(ps, j);
-            if (judge_sys_char(other) != systems[sys])
-                continue;
-            tagARSAT& a = m_ar.sat[other - 1];
-            a.dWL -= newRef.dWL;
-            a.dAmb -= newRef.dAmb;
-            const double frac = a.dWLFrac - newRef.dWLFrac;
-            a.dWLFrac = frac - Round(frac);
-        }
-        tagARSAT& r = m_ar.sat[iprn - 1];
-        r.dWL = r.dWLFrac = r.dAmb = 0.0;
-        r.nStatus = kArFixed;
+        DifferenceAgainst(ps, iprn);
+        m_ar.sat[iprn - 1].nStatus = kArFixed;
         ps->datumSat[sys] = iprn;
         m_ar.refColumn[sys] = column;
     }
