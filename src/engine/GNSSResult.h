@@ -7,7 +7,7 @@
 
 #include "common/GNSSTimeConvert.h"
 #include "engine/GNSSEpoch.h"
-#include "lib/PPPRecords.h"
+#include "engine/PPPRecords.h"
 
 // Residuals of one satellite of the solution.
 struct tagRESONESAT {

@@ -14,12 +14,12 @@
 #include "common/gnsscmn.h"
 #include "engine/AmbiguityState.h"
 #include "engine/GNSSEpoch.h"
-#include "engine/GNSSNav.h"
 #include "engine/GNSSResult.h"
 #include "engine/ObsWeight.h"
-#include "lib/PPPRecords.h"
+#include "engine/PPPRecords.h"
 #include "math/TMatrix.h"
 #include "models/GNSSErrorCorrection.h"
+#include "models/GNSSNav.h"
 
 struct PROCINFOSITE;
 struct SmallLsq;

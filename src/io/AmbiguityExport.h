@@ -21,7 +21,7 @@
 #include <vector>
 
 #include "common/GNSSTimeConvert.h"
-#include "lib/PPPRecords.h"
+#include "engine/PPPRecords.h"
 
 namespace pppio {
 

@@ -22,8 +22,8 @@
 #include <vector>
 
 #include "common/GNSSTimeConvert.h"
-#include "engine/GNSSNav.h"
 #include "io/NavReader.h"
+#include "models/GNSSNav.h"
 
 namespace pppio {
 

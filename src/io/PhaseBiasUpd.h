@@ -33,8 +33,8 @@
 #include <optional>
 
 #include "common/GNSSTimeConvert.h"
+#include "engine/PPPRecords.h"
 #include "io/BiasSinexReader.h"
-#include "lib/PPPRecords.h"
 
 namespace pppio {
 

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "common/GNSSTimeConvert.h"
+#include "engine/PPPRecords.h"
 #include "io/RinexObsHeader.h"
-#include "lib/PPPRecords.h"
 #include "models/GNSSErrorCorrection.h"
 
 namespace pppio {

@@ -18,8 +18,8 @@
 #include <vector>
 
 #include "common/GNSSTimeConvert.h"
+#include "engine/PPPRecords.h"
 #include "io/SatelliteId.h"
-#include "lib/PPPRecords.h"
 
 namespace pppio {
 

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "common/GNSSTimeConvert.h"
-#include "lib/PPPRecords.h"
+#include "engine/PPPRecords.h"
 #include "math/TMatrix.h"
 
 class CGNSSSPP;

@@ -17,7 +17,7 @@
 
 #include <vector>
 
-#include "lib/PPPRecords.h"
+#include "engine/PPPRecords.h"
 
 class t_Process;
 

@@ -7,8 +7,8 @@
 // pi, not 2 pi, over the period.
 #include <cmath>
 
-#include "engine/GNSSNav.h"
 #include "models/GNSSErrorCorrection.h"
+#include "models/GNSSNav.h"
 
 namespace {
 

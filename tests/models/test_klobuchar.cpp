@@ -2,8 +2,8 @@
 
 #include <cmath>
 
-#include "engine/GNSSNav.h"
 #include "models/GNSSErrorCorrection.h"
+#include "models/GNSSNav.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // Broadcast navigation record passed through the engine; the Klobuchar
 // ionosphere model reads its header's coefficients.
-#ifndef PPPLIB_ENGINE_GNSSNAV_H
-#define PPPLIB_ENGINE_GNSSNAV_H
+#ifndef PPPLIB_MODELS_GNSSNAV_H
+#define PPPLIB_MODELS_GNSSNAV_H
 
 struct tagGMNHDR {
     double ionAlpha[4];   // alpha0..alpha3

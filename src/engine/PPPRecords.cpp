@@ -1,4 +1,4 @@
-#include "lib/PPPRecords.h"
+#include "engine/PPPRecords.h"
 
 t_aug::t_aug()
     : valid(0), week(0), sow(0.0), reserved{}, corr_l1(0.0), corr_l2(0.0), reserved2(0.0), corr_p1(0.0),

@@ -1,8 +1,8 @@
 // Records the host fills and lends to the library: configuration, site and
 // one epoch of one station, plus the optional UPD and augmentation inputs and
 // the float-ambiguity export record.
-#ifndef PPPLIB_LIB_PPPRECORDS_H
-#define PPPLIB_LIB_PPPRECORDS_H
+#ifndef PPPLIB_ENGINE_PPPRECORDS_H
+#define PPPLIB_ENGINE_PPPRECORDS_H
 
 #include <cstdint>
 
