@@ -34,6 +34,16 @@ struct SatelliteState {
     double clockRate;     // s/s
 };
 
+// Anything that gives a satellite's antenna phase centre and clock at a
+// time: broadcast ephemerides, or broadcast ephemerides corrected by a
+// state-space correction stream.
+class SatelliteStateSource {
+public:
+    virtual ~SatelliteStateSource() = default;
+    // Position, velocity and clock of satellite iprn (1..124) at GPS time t.
+    virtual bool state(int iprn, const tagGPSTIME2& t, SatelliteState& state) const = 0;
+};
+
 // Keplerian orbit (IS-GPS-200 algorithm with the constants of each system;
 // BeiDou GEO satellites C01-C05 with their own rotation) at GPS time t.
 void keplerState(const KeplerEphemeris& eph, const tagGPSTIME2& t, SatelliteState& state);
@@ -44,7 +54,11 @@ void keplerState(const KeplerEphemeris& eph, const tagGPSTIME2& t, SatelliteStat
 constexpr double kGlonassStep = 60.0;
 void glonassState(const GlonassEphemeris& eph, const tagGPSTIME2& t, SatelliteState& state);
 
-class BroadcastOrbit {
+// The issue number by which correction streams refer to an ephemeris.
+int keplerIssue(const KeplerEphemeris& eph);
+int glonassIssue(const GlonassEphemeris& eph);
+
+class BroadcastOrbit : public SatelliteStateSource {
 public:
     // Accepted distance of the requested time from toe (s).
     static constexpr double kGpsAroundToe = 7200.0;        // 4-hour fit interval
@@ -60,15 +74,34 @@ public:
     void load(const std::string& path);
     void add(const NavFile& file);
 
+    // Adds one ephemeris as a stream delivers it: a repeat of a record
+    // already held (same satellite, reference time, issue and data source)
+    // replaces it, and only the kMaxRecords latest reference times of a
+    // satellite are kept, so a stream that runs for months stays small.
+    // True when the record was new.
+    static constexpr size_t kMaxRecords = 16;
+    bool addEphemeris(const KeplerEphemeris& eph);
+    bool addEphemeris(const GlonassEphemeris& eph);
+
     // Frequency channel of a GLONASS slot (1..27), from its latest record.
     bool glonassChannel(int slot, int& channel) const;
 
     // Position, velocity and clock of satellite iprn (1..124) at GPS time t.
-    bool state(int iprn, const tagGPSTIME2& t, SatelliteState& state) const;
+    bool state(int iprn, const tagGPSTIME2& t, SatelliteState& state) const override;
 
     // The ephemeris that state() would use; null when none qualifies.
     const KeplerEphemeris* selectKepler(int iprn, const tagGPSTIME2& t) const;
     const GlonassEphemeris* selectGlonass(int iprn, const tagGPSTIME2& t) const;
+
+    // The healthy ephemeris of a given issue that a correction refers to,
+    // nearest to t within the system's validity; null when none. The issue
+    // is the IODE (GPS, QZSS), IODnav (Galileo; the I/NAV record is taken
+    // when both navigation messages carry it), the BeiDou IOD as the
+    // correction stream defines it (toe / 720 modulo 256 here, the 8-bit
+    // issue of the RTCM SSR messages) or the GLONASS tb (toe in 15-minute
+    // units of the Moscow day, see glonassIssue).
+    const KeplerEphemeris* keplerByIssue(int iprn, int issue, const tagGPSTIME2& t) const;
+    const GlonassEphemeris* glonassByIssue(int iprn, int issue, const tagGPSTIME2& t) const;
 
     // GPS broadcast ionosphere coefficients (Klobuchar) of the header;
     // false when no file loaded had them.

@@ -119,7 +119,7 @@ bool OrbitRecordBuilder::fromBroadcast(int iprn, const tagGPSTIME2& receive, dou
 {
     if (!m_sources.broadcast)
         return false;
-    const BroadcastOrbit& nav = *m_sources.broadcast;
+    const SatelliteStateSource& nav = *m_sources.broadcast;
     SatelliteState state;
     auto clockOf = [&](const tagGPSTIME2& t, double& c) {
         if (!nav.state(iprn, t, state))

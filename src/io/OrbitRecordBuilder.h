@@ -25,7 +25,7 @@
 namespace pppio {
 
 class AntennaTable;
-class BroadcastOrbit;
+class SatelliteStateSource;
 class PreciseClock;
 class PreciseOrbit;
 struct AntexAntenna;
@@ -34,7 +34,9 @@ struct AntexAntenna;
 struct ProductSources {
     const PreciseOrbit* orbit = nullptr;        // SP3 orbits
     const PreciseClock* clock = nullptr;        // RINEX clocks; null: the SP3 clocks
-    const BroadcastOrbit* broadcast = nullptr;  // fallback where precise products are missing
+    // Fallback where precise products are missing: broadcast ephemerides,
+    // possibly corrected by a correction stream (antenna phase centre).
+    const SatelliteStateSource* broadcast = nullptr;
     const AntennaTable* antennas = nullptr;     // satellite antennas
 };
 

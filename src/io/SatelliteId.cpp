@@ -44,6 +44,13 @@ int parseSatelliteId(const char* text)
     return prn2iprn(number, system);
 }
 
+int packedIndex(char system, int prn)
+{
+    if (!IsKnownSystem(system) || prn < 1 || prn > Capacity(system))
+        return 0;
+    return prn2iprn(prn, system);
+}
+
 std::string satelliteName(int iprn)
 {
     if (iprn < 1 || iprn > kMaxPackedIndex)

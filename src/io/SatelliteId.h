@@ -18,6 +18,10 @@ constexpr int kMaxPackedIndex = 124;
 // Galileo above 30, BeiDou above 35), -1 when it is malformed.
 int parseSatelliteId(const char* text);
 
+// Packed index of satellite `prn` of `system` ('G', 'R', 'E', 'C'); 0 when
+// it has none.
+int packedIndex(char system, int prn);
+
 // "G01" style name of a packed index; "???" outside 1..124.
 std::string satelliteName(int iprn);
 

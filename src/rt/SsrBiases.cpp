@@ -1,0 +1,84 @@
+#include "rt/SsrBiases.h"
+
+#include <cmath>
+
+#include "io/GpsTime.h"
+#include "io/PhaseBiasUpd.h"
+#include "io/UpdFile.h"
+#include "rt/SsrSignals.h"
+
+namespace ppprt {
+
+namespace {
+
+// The phase bias of the band of `code` ("C1C"): the same signal if present,
+// else the first of the band.
+const SsrSignalBias* PhaseBiasOfBand(const SatelliteSsr& c, char system, const char* code)
+{
+    if (const SsrSignalBias* same = c.findPhaseBias(ssrSignalId(system, code)))
+        return same;
+    for (int k = 0; k < c.phaseBiasCount; ++k) {
+        const char* name = ssrSignalCode(system, c.phaseBias[k].signal);
+        if (name && name[0] == code[1])
+            return &c.phaseBias[k];
+    }
+    return nullptr;
+}
+
+double OsbNanoseconds(double biasMetres)
+{
+    return -biasMetres / _LIGHT_SPEED * 1e9;
+}
+
+}  // namespace
+
+SsrBiases::SsrBiases(const SsrCorrections& ssr, const SsrAges& ages) : m_ssr(ssr), m_ages(ages) {}
+
+bool SsrBiases::fresh(const tagGPSTIME2& biasTime, const tagGPSTIME2& t) const
+{
+    return biasTime.week != 0 && std::fabs(pppio::secondsBetween(t, biasTime)) <= m_ages.bias;
+}
+
+void SsrBiases::correctCodes(const tagGPSTIME2& t, tagGPSOBSONEEPO& epoch)
+{
+    for (int i = 0; i < epoch.nSatNum; ++i) {
+        tagOBSONESAT& s = epoch.sat[i];
+        const SatelliteSsr& c = m_ssr.satellite(s.iprn);
+        const SsrSignalBias* b1 = c.findCodeBias(ssrSignalId(s.cSys, s.obsHead.code1));
+        const SsrSignalBias* b2 = c.findCodeBias(ssrSignalId(s.cSys, s.obsHead.code2));
+        const bool corrected = b1 && b2 && fresh(c.codeBiasTime, t);
+        m_codeCorrected[s.iprn - 1] = corrected;
+        if (!corrected) {
+            ++m_counts.codeMissing;
+            continue;
+        }
+        s.dP1 += b1->bias;
+        s.dP2 += b2->bias;
+        ++m_counts.codeCorrected;
+    }
+}
+
+t_upd* SsrBiases::fillUpds(const tagGPSTIME2& t, const tagGPSOBSONEEPO& epoch)
+{
+    for (t_upd& entry : m_upds)
+        pppio::setUpdEntry(entry, t, nullptr, nullptr);
+    for (int i = 0; i < epoch.nSatNum; ++i) {
+        const tagOBSONESAT& s = epoch.sat[i];
+        const SatelliteSsr& c = m_ssr.satellite(s.iprn);
+        if (!m_codeCorrected[s.iprn - 1] || !fresh(c.phaseBiasTime, t))
+            continue;
+        const SsrSignalBias* p1 = PhaseBiasOfBand(c, s.cSys, s.obsHead.code1);
+        const SsrSignalBias* p2 = PhaseBiasOfBand(c, s.cSys, s.obsHead.code2);
+        if (!p1 || !p2)
+            continue;
+        const pppio::WideNarrowUpd u =
+            pppio::updFromPhaseOsb(OsbNanoseconds(p1->bias), OsbNanoseconds(p2->bias), s.dF1, s.dF2);
+        const pppio::UpdValue wl{s.iprn, t, u.wl, 0.0, pppio::kOsbUpdCount};
+        const pppio::UpdValue nl{s.iprn, t, u.nl, 0.0, pppio::kOsbUpdCount};
+        pppio::setUpdEntry(m_upds[s.iprn - 1], t, &wl, &nl);
+        ++m_counts.updsGiven;
+    }
+    return m_upds;
+}
+
+}  // namespace ppprt
