@@ -53,4 +53,10 @@ int CarrierFrequencies::glonassSlotsWithoutChannel() const
     return missing;
 }
 
+void CarrierFrequencies::setGlonassChannel(int slot, int channel)
+{
+    if (slot >= 1 && slot <= _MAX_PRN_GLO && channel >= -7 && channel <= 13)
+        m_channel[slot] = channel;
+}
+
 }  // namespace pppio

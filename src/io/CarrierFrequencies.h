@@ -24,6 +24,9 @@ public:
     // whose channel is unknown or a system the library does not process.
     bool frequencies(char system, int prn, double& f1, double& f2) const;
 
+    // A channel learnt later, e.g. from a stream's ephemeris or observations.
+    void setGlonassChannel(int slot, int channel);
+
     // GLONASS slots whose channel came from neither source.
     int glonassSlotsWithoutChannel() const;
 

@@ -141,32 +141,53 @@ bool OrbitRecordBuilder::fromBroadcast(int iprn, const tagGPSTIME2& receive, dou
     return true;
 }
 
-void OrbitRecordBuilder::applyAntenna(int iprn, const tagGPSTIME2& transmit, double f1, double f2,
-                                      tagSP3ONESAT& out)
+const AntexAntenna* OrbitRecordBuilder::antennaFrequencies(int iprn, const tagGPSTIME2& t,
+                                                           const AntexFrequency*& first,
+                                                           const AntexFrequency*& second) const
 {
-    const AntexAntenna* antenna = m_sources.antennas->satellite(iprn, transmit);
+    const AntexAntenna* antenna = m_sources.antennas ? m_sources.antennas->satellite(iprn, t) : nullptr;
     const char *code1, *code2;
     if (!antenna || !AntennaFrequencyCodes(judge_sys_char(iprn), &code1, &code2))
-        return;
-    const AntexFrequency* first = antenna->frequency(code1);
-    const AntexFrequency* second = antenna->frequency(code2);
-    if (!first || !second)
-        return;
+        return nullptr;
+    first = antenna->frequency(code1);
+    second = antenna->frequency(code2);
+    return first && second ? antenna : nullptr;
+}
 
+bool OrbitRecordBuilder::phaseCentreOffset(int iprn, const tagGPSTIME2& t, double f1, double f2,
+                                           const double centreOfMass[3], double offset[3])
+{
+    const AntexFrequency *first = nullptr, *second = nullptr;
+    if (!antennaFrequencies(iprn, t, first, second))
+        return false;
     // Ionosphere-free combination of the two body-frame offsets.
     const double g1 = f1 * f1, g2 = f2 * f2;
     const double k1 = g1 / (g1 - g2), k2 = g2 / (g1 - g2);
     const tagCRDCARTESIAN body{k1 * first->offset[0] - k2 * second->offset[0],
                                k1 * first->offset[1] - k2 * second->offset[1],
                                k1 * first->offset[2] - k2 * second->offset[2]};
-    const tagCRDCARTESIAN centreOfMass{out.dPos[0], out.dPos[1], out.dPos[2]};
-    tagCRDCARTESIAN offset;
-    if (!m_model.sat_Phase_center(m_sun, centreOfMass, body, &offset))
-        return;
-    out.dPos[0] += offset.x;
-    out.dPos[1] += offset.y;
-    out.dPos[2] += offset.z;
+    const tagCRDCARTESIAN position{centreOfMass[0], centreOfMass[1], centreOfMass[2]};
+    tagCRDCARTESIAN moved;
+    if (!m_model.sat_Phase_center(m_sun, position, body, &moved))
+        return false;
+    offset[0] = moved.x, offset[1] = moved.y, offset[2] = moved.z;
+    return true;
+}
 
+void OrbitRecordBuilder::applyAntenna(int iprn, const tagGPSTIME2& transmit, double f1, double f2,
+                                      bool moveToPhaseCentre, tagSP3ONESAT& out)
+{
+    const AntexFrequency *first = nullptr, *second = nullptr;
+    const AntexAntenna* antenna = antennaFrequencies(iprn, transmit, first, second);
+    if (!antenna)
+        return;
+    if (moveToPhaseCentre) {
+        double offset[3];
+        if (!phaseCentreOffset(iprn, transmit, f1, f2, out.dPos, offset))
+            return;
+        for (int k = 0; k < 3; ++k)
+            out.dPos[k] += offset[k];
+    }
     const int slot = iprn - 1;
     if (m_pcvSource[slot] != antenna) {
         FillSatellitePcv(*antenna, iprn, *first, *second, m_pcv[slot]);
@@ -183,14 +204,15 @@ OrbitSource OrbitRecordBuilder::fill(int iprn, const tagGPSTIME2& receive, doubl
     tagSP3ONESAT& out = record.sat[iprn - 1];
     out.pcv = nullptr;
     OrbitSource source = OrbitSource::kMissing;
-    if (fromPrecise(iprn, receive, code, out)) {
+    if (fromPrecise(iprn, receive, code, out))
         source = OrbitSource::kPrecise;
-        if (m_applyAntenna) {
-            const tagGPSTIME2 transmit = shiftedTime(receive, -code / _LIGHT_SPEED);
-            applyAntenna(iprn, transmit, f1, f2, out);
-        }
-    } else if (fromBroadcast(iprn, receive, code, out)) {
-        source = OrbitSource::kBroadcast;   // broadcast orbits refer to the phase centre already
+    else if (fromBroadcast(iprn, receive, code, out))
+        source = OrbitSource::kBroadcast;
+    // Broadcast orbits (and orbits corrected by a stream) refer to the phase
+    // centre already; they still get the nadir variations.
+    if (source != OrbitSource::kMissing && m_applyAntenna) {
+        const tagGPSTIME2 transmit = shiftedTime(receive, -code / _LIGHT_SPEED);
+        applyAntenna(iprn, transmit, f1, f2, source == OrbitSource::kPrecise, out);
     }
     out.bValid = source == OrbitSource::kMissing ? 0 : 1;
     if (source == OrbitSource::kMissing)

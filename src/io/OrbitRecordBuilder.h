@@ -29,6 +29,7 @@ class SatelliteStateSource;
 class PreciseClock;
 class PreciseOrbit;
 struct AntexAntenna;
+struct AntexFrequency;
 
 // Where the orbits and clocks come from; null members are not available.
 struct ProductSources {
@@ -60,6 +61,12 @@ public:
     OrbitSource fill(int iprn, const tagGPSTIME2& receive, double code, double f1, double f2,
                      tagGMSP3REC& record);
 
+    // Offset (Earth-fixed, m) from the centre of mass to the ionosphere-free
+    // phase centre of satellite iprn at time t, nominal yaw with the Sun of
+    // the epoch begun last; false when the antenna is not in the table.
+    bool phaseCentreOffset(int iprn, const tagGPSTIME2& t, double f1, double f2, const double centreOfMass[3],
+                           double offset[3]);
+
     // Transmission time and satellite clock (s, without the relativistic
     // term) for a clock function bool(const tagGPSTIME2&, double&).
     template <class ClockAt>
@@ -73,8 +80,12 @@ private:
     bool clockAt(int iprn, const tagGPSTIME2& t, double& clock) const;
     bool fromPrecise(int iprn, const tagGPSTIME2& receive, double code, tagSP3ONESAT& out) const;
     bool fromBroadcast(int iprn, const tagGPSTIME2& receive, double code, tagSP3ONESAT& out) const;
-    // Phase-centre offset and nadir variations of the satellite antenna.
-    void applyAntenna(int iprn, const tagGPSTIME2& transmit, double f1, double f2, tagSP3ONESAT& out);
+    const AntexAntenna* antennaFrequencies(int iprn, const tagGPSTIME2& t, const AntexFrequency*& first,
+                                           const AntexFrequency*& second) const;
+    // Nadir variations of the satellite antenna, and for a centre-of-mass
+    // orbit the phase-centre offset.
+    void applyAntenna(int iprn, const tagGPSTIME2& transmit, double f1, double f2, bool moveToPhaseCentre,
+                      tagSP3ONESAT& out);
 
     ProductSources m_sources;
     bool m_applyAntenna;
