@@ -61,6 +61,12 @@ public:
     OrbitSource fill(int iprn, const tagGPSTIME2& receive, double code, double f1, double f2,
                      tagGMSP3REC& record);
 
+    const ProductSources& sources() const { return m_sources; }
+
+    // Precise clock of satellite iprn at t (s, without the relativistic
+    // term): the clock file, else the SP3 clocks.
+    bool clockAt(int iprn, const tagGPSTIME2& t, double& clock) const;
+
     // Offset (Earth-fixed, m) from the centre of mass to the ionosphere-free
     // phase centre of satellite iprn at time t, nominal yaw with the Sun of
     // the epoch begun last; false when the antenna is not in the table.
@@ -77,7 +83,6 @@ public:
     static double RelativisticCorrection(const double position[3], const double velocity[3]);
 
 private:
-    bool clockAt(int iprn, const tagGPSTIME2& t, double& clock) const;
     bool fromPrecise(int iprn, const tagGPSTIME2& receive, double code, tagSP3ONESAT& out) const;
     bool fromBroadcast(int iprn, const tagGPSTIME2& receive, double code, tagSP3ONESAT& out) const;
     const AntexAntenna* antennaFrequencies(int iprn, const tagGPSTIME2& t, const AntexFrequency*& first,
