@@ -1,0 +1,199 @@
+#include "RunSetup.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+
+#include "Run.h"
+#include "io/GpsTime.h"
+#include "lib/Process.h"
+
+namespace ppprun {
+
+namespace {
+
+void CopyText(const std::string& text, char (&field)[1024])
+{
+    std::strncpy(field, text.c_str(), sizeof(field) - 1);
+    field[sizeof(field) - 1] = '\0';
+}
+
+// The filter's troposphere value q for a random walk of `walkMm` mm per
+// square-root hour. The filter ties consecutive zenith delays, dt seconds
+// apart, by a pseudo-observation of variance q (dt/3600)^2 in units of the
+// unit-weight phase variance, which for the ionosphere-free phase at the
+// zenith is about (1 cm)^2. A random walk of rate r adds r^2 dt/3600, hence
+// q = r^2 3600 / (sigma^2 dt) at the nominal interval.
+double TroposphereProcessValue(double walkMm, double interval)
+{
+    constexpr double kUnitPhaseSigmaM = 0.01;
+    const double rate = walkMm * 1e-3;
+    return rate * rate * 3600.0 / (kUnitPhaseSigmaM * kUnitPhaseSigmaM * interval);
+}
+
+}  // namespace
+
+// mkdir -p.
+void MakeDirectories(const std::string& path)
+{
+    for (size_t slash = path.find('/', 1);; slash = path.find('/', slash + 1)) {
+        const std::string part = path.substr(0, slash);
+        if (!part.empty() && mkdir(part.c_str(), 0777) != 0 && errno != EEXIST)
+            throw InputError("cannot create " + part + ": " + std::strerror(errno));
+        if (slash == std::string::npos)
+            break;
+    }
+}
+
+t_conf MakeConfiguration(const Options& o, double interval, const std::string& site)
+{
+    t_conf conf{};
+    conf.ppp_enable = o.mode >= 2 ? 1 : 0;
+    conf.pppos_value = TroposphereProcessValue(o.tropWalkMm, interval);
+    conf.elev_mask = o.elevMask;
+    conf.interval = interval;
+    conf.reset_hours = o.resetHours;
+    conf.use_epoch_value = 0;
+    conf.product_source = 3;
+    conf.mode = o.mode;
+    conf.pos_mode = o.posMode;
+    for (int k = 0; k < 5; ++k) {
+        conf.weight.dWeightFactor[k] = o.weightFactor[k];
+        conf.weight.dWeightSigma[k] = o.codeRatio[k];
+    }
+    if (!o.outDir.empty()) {
+        CopyText(o.outDir, conf.res_dir);
+        CopyText(o.outDir + "/ztd", conf.ztd_dir);
+    }
+    CopyText(site, conf.site_name);
+    conf.out_debug = o.debug ? 1 : 0;
+    conf.out_amb = o.ambLogs ? 1 : 0;
+    conf.out_res = o.residuals ? 1 : 0;
+    conf.append = 0;
+    return conf;
+}
+
+// The physical corrections of the PPP model: on in the PPP modes unless switched off.
+void SetCorrections(const Options& o, CGNSSSPP& engine)
+{
+    const bool ppp = o.mode >= 2;
+    engine.m_set.bSolidTide = ppp && o.solidTide ? 1 : 0;
+    engine.m_set.bWindUp = ppp && o.windUp ? 1 : 0;
+    engine.m_set.bRecAntenna = ppp && o.recAntenna ? 1 : 0;
+    engine.m_set.bSatAntenna = ppp && o.satAntenna ? 1 : 0;
+    engine.m_set.bHoldAmb = o.hold ? 1 : 0;
+    engine.m_set.dRatioThres = o.ratio;
+}
+
+Products::Products(const Options& o, RunResult& result)
+{
+    // The first epoch of a clock file's day is received after the
+    // file's first sample but sent up to a tenth of a second before it.
+    clock.setEdgeExtrapolation(1.0);
+    const pppio::SatelliteSet wanted = pppio::SatelliteSet::ofSystems(o.systems);
+    for (const std::string& path : o.sp3)
+        orbit.load(path, wanted);
+    for (const std::string& path : o.clk)
+        clock.load(path, wanted);
+    if (!o.atx.empty())
+        antennas.load(o.atx);
+    if (!o.nav.empty())
+        broadcast.load(o.nav);
+    if (!o.sinex.empty())
+        sinex.load(o.sinex);
+    if (o.clk.empty() && !o.sp3.empty())
+        result.notes.push_back("no clock file: the SP3 clocks are used");
+}
+
+pppio::ProductSources Products::sources(const Options& o) const
+{
+    pppio::ProductSources s;
+    s.orbit = o.sp3.empty() ? nullptr : &orbit;
+    s.clock = o.clk.empty() ? nullptr : &clock;
+    s.broadcast = o.broadcastFallback ? &broadcast : nullptr;
+    s.antennas = o.atx.empty() ? nullptr : &antennas;
+    return s;
+}
+
+void NoteAntenna(const Options& o, const pppio::SiteReport& site, const pppio::AntennaTable& antennas,
+                 bool pcvLoaded, RunResult& result)
+{
+    if (o.atx.empty()) {
+        result.notes.push_back("no ANTEX file: antenna height only, no antenna phase centre corrections");
+        return;
+    }
+    if (o.mode >= 2 && o.satAntenna && !antennas.hasSatellites())
+        result.notes.push_back(o.atx + " holds no satellite antennas: satellite antenna offsets are not applied, "
+                               "expect a height bias of a few centimetres");
+    if (!site.calibration) {
+        result.notes.push_back("receiver antenna '" + site.antenna + "' not in " + o.atx + ": antenna height only");
+        return;
+    }
+    if (site.radomeReplaced)
+        result.notes.push_back("receiver antenna '" + site.antenna + "': radome not calibrated, radome NONE used");
+    if (o.mode >= 2 && o.recAntenna && !pcvLoaded)
+        result.notes.push_back("receiver antenna '" + site.antenna + "': no phase centre variations used");
+}
+
+
+SiteRun::SiteRun(const Options& o, tagSITE& site, const pppio::SiteReport& report, double interval,
+                 const Products& products, RunResult& result)
+    : m_options(o), m_result(result), m_conf(MakeConfiguration(o, interval, report.name)),
+      m_epoch(new tagGPSOBSONEEPO()), m_orbit(new tagGMSP3REC()), m_solution(new tagSPPONERESULT()),
+      m_station{0, 0, m_epoch.get(), nullptr, m_solution.get(), m_orbit.get()},
+      m_ambiguities(o, interval, report.name), m_accuracy(o.ref)
+{
+    const std::vector<char> systems(o.systems.begin(), o.systems.end());
+    // Destroying the facade closes the result files, also when an error ends the run.
+    m_library.reset(new t_ppplib(systems, &site, &m_conf));
+    CGNSSSPP& engine = *m_library->process()->spp;
+    SetCorrections(o, engine);
+    const bool pcvLoaded = report.calibration && engine.m_set.bRecAntenna &&
+                           pppio::LoadReceiverPcv(*report.calibration, engine.m_errorCorrection);
+    NoteAntenna(o, report, products.antennas, pcvLoaded, result);
+}
+
+SiteRun::~SiteRun()
+{
+    delete m_smoothing;
+}
+
+int SiteRun::process(const tagGPSTIME2& t, t_upd* upds)
+{
+    RunResult& r = m_result;
+    if (r.epochs == 0)
+        m_firstTime = t;
+    ++r.epochs;
+    m_station.epochIndex = static_cast<int32_t>(r.epochs);
+    m_station.smooth = m_smoothing;
+    const auto libraryStart = std::chrono::steady_clock::now();
+    const int code = m_library->pppos(&m_station, upds, nullptr);
+    r.librarySeconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - libraryStart).count();
+    const double sinceStart = pppio::secondsBetween(t, m_firstTime);
+    m_ambiguities.afterEpoch(code, *m_solution, *m_library->process()->spp, sinceStart);
+    m_smoothing = m_station.smooth;
+    ++r.resultCodes[code];
+    if (code >= 1) {
+        std::memcpy(r.finalXyz, m_solution->dPos, sizeof(r.finalXyz));
+        r.hasFinal = true;
+        if (m_options.hasRef)
+            m_accuracy.add(sinceStart, m_solution->dPos);
+    }
+    return code;
+}
+
+void SiteRun::finish(const tagGPSTIME2& lastTime)
+{
+    RunResult& r = m_result;
+    m_ambiguities.report(r);
+    if (m_options.hasRef && !m_accuracy.empty()) {
+        r.hasReference = true;
+        r.finalError = m_accuracy.finalError();
+        r.hasRms = m_accuracy.rms(pppio::secondsBetween(lastTime, m_firstTime) / 2.0, r.rms);
+        r.converged = m_accuracy.convergence(r.convergenceSeconds);
+    }
+}
+
+}  // namespace ppprun

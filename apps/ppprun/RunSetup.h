@@ -1,0 +1,84 @@
+// What the file and the stream runs of ppprun share: the products, the
+// library's configuration and corrections from the options, and the
+// per-epoch call of the library with the figures it feeds.
+#ifndef PPPRUN_RUNSETUP_H
+#define PPPRUN_RUNSETUP_H
+
+#include <memory>
+#include <string>
+
+#include "Accuracy.h"
+#include "Ambiguities.h"
+#include "Options.h"
+#include "Summary.h"
+#include "engine/GNSSSPP.h"
+#include "io/AntennaTable.h"
+#include "io/BroadcastOrbit.h"
+#include "io/OrbitRecordBuilder.h"
+#include "io/PreciseClock.h"
+#include "io/PreciseOrbit.h"
+#include "io/SinexReader.h"
+#include "io/SiteSetup.h"
+#include "lib/ppplib.h"
+
+namespace ppprun {
+
+// mkdir -p; throws InputError.
+void MakeDirectories(const std::string& path);
+
+t_conf MakeConfiguration(const Options& o, double interval, const std::string& site);
+
+// The physical corrections of the PPP model: on in the PPP modes unless switched off.
+void SetCorrections(const Options& o, CGNSSSPP& engine);
+
+// The products of a run, loaded once.
+struct Products {
+    pppio::PreciseOrbit orbit;
+    pppio::PreciseClock clock;
+    pppio::AntennaTable antennas;
+    pppio::BroadcastOrbit broadcast;
+    pppio::SinexSites sinex;
+
+    Products(const Options& o, RunResult& result);
+    pppio::ProductSources sources(const Options& o) const;
+};
+
+void NoteAntenna(const Options& o, const pppio::SiteReport& site, const pppio::AntennaTable& antennas,
+                 bool pcvLoaded, RunResult& result);
+
+// The library of one site with its epoch, orbit and solution records.
+class SiteRun {
+public:
+    SiteRun(const Options& o, tagSITE& site, const pppio::SiteReport& report, double interval,
+            const Products& products, RunResult& result);
+    ~SiteRun();
+
+    tagGPSOBSONEEPO& epoch() { return *m_epoch; }
+    tagGMSP3REC& orbit() { return *m_orbit; }
+    const tagSPPONERESULT& solution() const { return *m_solution; }
+    Ambiguities& ambiguities() { return m_ambiguities; }
+
+    // Hands the filled epoch at time t to the library with the UPDs (null:
+    // none) and books the result; returns the library's result code.
+    int process(const tagGPSTIME2& t, t_upd* upds);
+    // The figures of the summary, at the end of the run.
+    void finish(const tagGPSTIME2& lastTime);
+
+private:
+    const Options& m_options;
+    RunResult& m_result;
+    t_conf m_conf;
+    std::unique_ptr<t_ppplib> m_library;
+    std::unique_ptr<tagGPSOBSONEEPO> m_epoch;
+    std::unique_ptr<tagGMSP3REC> m_orbit;
+    std::unique_ptr<tagSPPONERESULT> m_solution;
+    tagGPSOBSSMOOTH* m_smoothing = nullptr;   // allocated by the library, released here
+    tagOBSONEEPOONESTA m_station;
+    Ambiguities m_ambiguities;
+    Accuracy m_accuracy;
+    tagGPSTIME2 m_firstTime{0, 0.0};
+};
+
+}  // namespace ppprun
+
+#endif
