@@ -5,27 +5,15 @@
 
 #include "common/GNSSConst.h"
 #include "io/GpsTime.h"
+#include "rt/MsmLayout.h"
 #include "rt/RtcmBits.h"
 
 namespace ppprt {
 namespace {
 
-constexpr double kRangeMs = _LIGHT_SPEED * 1e-3;   // metres in one light-millisecond
 constexpr double kGlonassAheadOfUtc = 10800.0;     // GLONASS time = UTC + 3 h
 constexpr double kHugeLockTime = 1e12;             // s, bound of a saturated indicator
 constexpr int kLastExtendedIndicator = 704;
-
-// Field widths of the signal data per MSM type 4..7.
-struct CellLayout {
-    int fineRange, finePhase, lock, cnr, rate;   // rate 0: absent
-    double rangeUnit, phaseUnit, cnrUnit;        // ms, ms, dB-Hz
-};
-const CellLayout kLayouts[4] = {
-    {15, 22, 4, 6, 0, 0x1p-24, 0x1p-29, 1.0},
-    {15, 22, 4, 6, 15, 0x1p-24, 0x1p-29, 1.0},
-    {20, 24, 10, 10, 0, 0x1p-29, 0x1p-31, 0x1p-4},
-    {20, 24, 10, 10, 15, 0x1p-29, 0x1p-31, 0x1p-4},
-};
 
 // The most negative value of a signed field marks it as not available.
 bool available(int64_t value, int bits) { return value != -(int64_t{1} << (bits - 1)); }
@@ -81,6 +69,20 @@ bool msmSystemAndType(int messageNumber, char& system, int& msmType)
     constexpr char kGroups[] = "GRESJC";   // 1071 GPS ... 1101 SBAS, 1111 QZSS, 1121 BeiDou
     system = kGroups[group];
     return system != 'S';
+}
+
+uint32_t msmEpochField(char system, const tagGPSTIME2& time)
+{
+    constexpr int64_t kWeekMs = 604800000, kDayMs = 86400000;
+    double seconds = time.sow;
+    if (system == 'R')
+        seconds += kGlonassAheadOfUtc - glonassLeapSeconds(time);
+    else if (system == 'C')
+        seconds -= pppio::kBdtToGps;
+    const int64_t ms = (std::llround(seconds * 1e3) % kWeekMs + kWeekMs) % kWeekMs;
+    if (system == 'R')
+        return static_cast<uint32_t>((ms / kDayMs) << 27 | (ms % kDayMs));
+    return static_cast<uint32_t>(ms);
 }
 
 int glonassLeapSeconds(const tagGPSTIME2& near) { return pppio::leapSecondsAt(near); }
@@ -180,12 +182,10 @@ MsmStatus decodeMsm(const uint8_t* payload, size_t length, const tagGPSTIME2& re
         }
     }
 
-    const bool withRates = out.msmType == 5 || out.msmType == 7;
-    const CellLayout& layout = kLayouts[out.msmType - 4];
-    const size_t satelliteBits = withRates ? 36 : 18;
-    const size_t cellBits = static_cast<size_t>(layout.fineRange + layout.finePhase + layout.lock + 1 + layout.cnr +
-                                                layout.rate);
-    if (!in.ok() || in.remaining() < out.satelliteCount * satelliteBits + cellCount * cellBits)
+    const MsmCellLayout& layout = msmCellLayout(out.msmType);
+    const bool withRates = layout.withRates();
+    if (!in.ok() || in.remaining() < static_cast<size_t>(out.satelliteCount * layout.satelliteBits() +
+                                                         cellCount * layout.cellBits()))
         return MsmStatus::kTruncated;
 
     // Satellite data, one block per field.
@@ -203,7 +203,7 @@ MsmStatus decodeMsm(const uint8_t* payload, size_t length, const tagGPSTIME2& re
     }
     for (int s = 0; s < out.satelliteCount; ++s) {
         const uint32_t fraction = in.unsigned32(10);
-        out.satellites[s].roughRange = wholeMs[s] == 255 ? 0.0 : (wholeMs[s] + fraction / 1024.0) * kRangeMs;
+        out.satellites[s].roughRange = wholeMs[s] == kMsmInvalidWholeMs ? 0.0 : (wholeMs[s] + fraction / 1024.0) * kMsmRangeMs;
     }
     bool rateValid[kMsmMaxSatellites];
     for (int s = 0; s < out.satelliteCount; ++s) {
@@ -217,16 +217,16 @@ MsmStatus decodeMsm(const uint8_t* payload, size_t length, const tagGPSTIME2& re
         MsmSatellite& sat = out.satellites[refs[c].sat];
         const int64_t fine = in.signed64(layout.fineRange);
         if (sat.roughRange != 0.0 && available(fine, layout.fineRange))
-            sat.cells[refs[c].cell].pseudorange = sat.roughRange + fine * layout.rangeUnit * kRangeMs;
+            sat.cells[refs[c].cell].pseudorange = sat.roughRange + fine * layout.rangeUnit * kMsmRangeMs;
     }
     for (int c = 0; c < cellCount; ++c) {
         MsmSatellite& sat = out.satellites[refs[c].sat];
         const int64_t fine = in.signed64(layout.finePhase);
         if (sat.roughRange != 0.0 && available(fine, layout.finePhase))
-            sat.cells[refs[c].cell].phaseRange = sat.roughRange + fine * layout.phaseUnit * kRangeMs;
+            sat.cells[refs[c].cell].phaseRange = sat.roughRange + fine * layout.phaseUnit * kMsmRangeMs;
     }
     for (int c = 0; c < cellCount; ++c) {
-        const double lock = msmLockTime(static_cast<int>(in.unsigned32(layout.lock)), layout.lock == 10);
+        const double lock = msmLockTime(static_cast<int>(in.unsigned32(layout.lock)), layout.extendedLock());
         out.satellites[refs[c].sat].cells[refs[c].cell].lockTime = lock < 0.0 ? 0.0 : lock;
     }
     for (int c = 0; c < cellCount; ++c)
@@ -237,7 +237,7 @@ MsmStatus decodeMsm(const uint8_t* payload, size_t length, const tagGPSTIME2& re
         MsmSatellite& sat = out.satellites[refs[c].sat];
         const int64_t fine = in.signed64(layout.rate);
         if (rateValid[refs[c].sat] && available(fine, layout.rate))
-            sat.cells[refs[c].cell].phaseRate = sat.roughRate + fine * 1e-4;
+            sat.cells[refs[c].cell].phaseRate = sat.roughRate + fine * kMsmRateUnit;
     }
     return in.ok() ? MsmStatus::kOk : MsmStatus::kTruncated;
 }

@@ -78,6 +78,9 @@ bool msmSystemAndType(int messageNumber, char& system, int& msmType);
 
 MsmStatus decodeMsm(const uint8_t* payload, size_t length, const tagGPSTIME2& reference, MsmMessage& out);
 
+// The 30-bit epoch field of a system's MSM for GPS time `time` (encoding).
+uint32_t msmEpochField(char system, const tagGPSTIME2& time);
+
 // Least lock time (s) of a lock time indicator: the 4-bit one of MSM4/5 or
 // the 10-bit one of MSM6/7; negative for a reserved value.
 double msmLockTime(int indicator, bool extended);
