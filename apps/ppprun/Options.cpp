@@ -127,14 +127,30 @@ Options ParseOptions(int argc, char** argv)
             o.ratio = pppio::parseNumber(option, value());
         else if (option == "--amb-logs")
             o.ambLogs = true;
+        else if (option == "--rtcm")
+            o.rtcm = value();
+        else if (option == "--rtcm-corr")
+            o.rtcmCorr = value();
+        else if (option == "--nmea")
+            o.nmea = value();
+        else if (option == "--replay-speed")
+            o.replaySpeed = pppio::parseNumber(option, value());
+        else if (option == "--no-ssr")
+            o.ssr = false;
         else
             throw UsageError("unknown option '" + option + "' (see --help)");
     }
     if (o.help)
         return o;
-    if (o.obs.empty())
-        throw UsageError("no observation file given (--obs FILE)");
-    if (o.sp3.empty() && !(o.broadcastFallback && !o.nav.empty()))
+    if (o.obs.empty() && !o.streaming())
+        throw UsageError("no observations given (--obs FILE, or --rtcm SOURCE)");
+    if (!o.obs.empty() && o.streaming())
+        throw UsageError("give either --obs FILE or --rtcm SOURCE, not both");
+    if (!o.streaming() && (!o.rtcmCorr.empty() || !o.nmea.empty()))
+        throw UsageError("options --rtcm-corr and --nmea need --rtcm SOURCE");
+    if (!(o.replaySpeed >= 0.0))
+        throw UsageError("option --replay-speed expects 0 (as fast as possible) or a positive factor");
+    if (!o.streaming() && o.sp3.empty() && !(o.broadcastFallback && !o.nav.empty()))
         throw UsageError("no orbits given (--sp3 FILE, or --nav FILE with --broadcast-fallback)");
     if (o.broadcastFallback && o.nav.empty())
         throw UsageError("option --broadcast-fallback needs --nav FILE");
@@ -145,7 +161,7 @@ Options ParseOptions(int argc, char** argv)
     if (o.resetHours < 0.0)
         throw UsageError("option --reset-hours expects hours, 0 or more");
     const bool arMode = o.mode >= 4 && o.mode != 7;
-    if (arMode && o.upd.empty() && o.bias.empty())
+    if (arMode && o.upd.empty() && o.bias.empty() && !(o.streaming() && o.ssr))
         throw UsageError("mode " + ModeName(o.mode) + " resolves ambiguities: give --upd FILE or --bias FILE");
     if (!o.upd.empty() && !o.bias.empty())
         throw UsageError("give either --upd or --bias, not both");
@@ -161,10 +177,11 @@ Options ParseOptions(int argc, char** argv)
 std::string HelpText()
 {
     return R"(Usage: ppprun --obs FILE --sp3 FILE [--sp3 FILE] --clk FILE [options]
+       ppprun --rtcm SOURCE [--rtcm-corr SOURCE] [options]
 
-Processes a RINEX observation file epoch by epoch with the positioning
-library and prints a summary. Input files may be gzip-compressed; the
-observation file may be Compact RINEX.
+Processes a RINEX observation file, or an RTCM 3 stream, epoch by epoch
+with the positioning library and prints a summary. Input files may be
+gzip-compressed; the observation file may be Compact RINEX.
 
 Input:
   --obs FILE            RINEX 2/3/4 observation file (required, no default)
@@ -181,6 +198,21 @@ Input:
                         satellites without precise products (default: off)
   --sinex FILE          SINEX file with a-priori coordinates of the site
                         (default: none)
+
+Real-time streams (RTCM 3; SOURCE is a file, plain or gzip, or
+tcp://HOST:PORT, or ntrip://[USER:PASS@]HOST:PORT/MOUNT):
+  --rtcm SOURCE         observations (MSM4-7); may carry ephemerides and
+                        SSR corrections too (no default)
+  --rtcm-corr SOURCE    broadcast ephemerides and SSR corrections (orbit,
+                        clock, code and phase biases) (default: none)
+  --no-ssr              broadcast orbits and clocks only, SSR ignored
+                        (default: SSR applied where available)
+  --replay-speed X      recorded streams: 0 as fast as possible, else X
+                        times real time (default: 0)
+  --nmea FILE           NMEA GGA line per solved epoch, - for standard
+                        output (default: none)
+  Without --sp3 the orbits come from the stream: broadcast ephemerides
+  with SSR corrections; in mode ar the SSR phase biases are the UPDs.
 
 Processing:
   --mode M              spp (1), ppp float solution (2), upd-export (3:

@@ -54,6 +54,14 @@ struct Options {
     double ratio = 3.0;               // ratio threshold of the narrow-lane search
     bool ambLogs = false;             // the library's ambiguity logs (".wl", and ".amb" in mode 5)
 
+    // Real-time streams (RTCM 3) instead of files.
+    std::string rtcm;                 // observation stream: file, tcp://, ntrip://
+    std::string rtcmCorr;             // ephemerides and corrections stream; empty: the observation stream's
+    std::string nmea;                 // NMEA GGA output file, "-" standard output; empty: none
+    double replaySpeed = 0.0;         // recorded streams: 0 as fast as possible, else times real time
+    bool ssr = true;                  // apply the SSR corrections of the stream
+    bool streaming() const { return !rtcm.empty(); }
+
     bool help = false;
 };
 

@@ -56,6 +56,64 @@ std::string SatelliteCounts(const long* perSatellite)
     return text;
 }
 
+namespace {
+
+std::string MessageCounts(const std::map<int, long>& messages)
+{
+    std::string text;
+    for (const auto& m : messages)
+        text += (text.empty() ? "" : ", ") + std::to_string(m.first) + " " + std::to_string(m.second);
+    return text.empty() ? "none" : text;
+}
+
+void PrintStream(std::FILE* out, const StreamFigures& s)
+{
+    std::fprintf(out, "  stream messages   %s\n", MessageCounts(s.messages).c_str());
+    std::fprintf(out, "  stream damage     %ld frames with a bad CRC, %ld bytes outside frames\n", s.badFrames,
+                 s.skippedBytes);
+    for (const auto& skipped : s.skipped)
+        std::fprintf(out, "  skipped           %ld x %s\n", skipped.second, skipped.first.c_str());
+    std::fprintf(out, "  ephemerides       %ld distinct\n", s.ephemerides);
+    for (const auto& outcome : s.ssrOutcomes)
+        std::fprintf(out, "  SSR orbit/clock   %ld satellite-epochs: %s\n", outcome.second, outcome.first.c_str());
+    if (s.codeBiasesApplied > 0 || s.updsFromPhaseBiases > 0)
+        std::fprintf(out, "  SSR biases        codes corrected in %ld satellite-epochs, phase-bias UPDs in %ld\n",
+                     s.codeBiasesApplied, s.updsFromPhaseBiases);
+    if (s.hasLatency)
+        std::fprintf(out, "  latency           median %.3f ms, 99th percentile %.3f ms, max %.3f ms\n",
+                     s.latencyMedianMs, s.latencyP99Ms, s.latencyMaxMs);
+}
+
+void JsonStream(std::FILE* f, const StreamFigures& s)
+{
+    std::fprintf(f, "  \"stream_messages\": {");
+    bool first = true;
+    for (const auto& m : s.messages) {
+        std::fprintf(f, "%s\"%d\": %ld", first ? "" : ", ", m.first, m.second);
+        first = false;
+    }
+    std::fprintf(f, "},\n  \"stream_skipped\": {");
+    first = true;
+    for (const auto& m : s.skipped) {
+        std::fprintf(f, "%s%s: %ld", first ? "" : ", ", JsonString(m.first).c_str(), m.second);
+        first = false;
+    }
+    std::fprintf(f, "},\n  \"ssr_outcomes\": {");
+    first = true;
+    for (const auto& m : s.ssrOutcomes) {
+        std::fprintf(f, "%s%s: %ld", first ? "" : ", ", JsonString(m.first).c_str(), m.second);
+        first = false;
+    }
+    std::fprintf(f, "},\n  \"bad_frames\": %ld,\n  \"ephemerides\": %ld,\n", s.badFrames, s.ephemerides);
+    if (s.hasLatency)
+        std::fprintf(f, "  \"latency_ms\": {\"median\": %.4f, \"p99\": %.4f, \"max\": %.4f},\n", s.latencyMedianMs,
+                     s.latencyP99Ms, s.latencyMaxMs);
+    else
+        std::fprintf(f, "  \"latency_ms\": null,\n");
+}
+
+}  // namespace
+
 void PrintSummary(std::FILE* out, const RunResult& r)
 {
     std::fprintf(out, "ppprun summary\n");
@@ -113,6 +171,8 @@ void PrintSummary(std::FILE* out, const RunResult& r)
             std::fprintf(out, "  wide lanes fixed  %.1f %% of %ld GPS satellite-epochs above 15 degrees\n",
                          100.0 * a.wideLaneFixed / a.wideLaneCandidates, a.wideLaneCandidates);
     }
+    if (r.stream.active)
+        PrintStream(out, r.stream);
     std::fprintf(out, "  wall time         %.2f s\n", r.wallSeconds);
     if (r.epochs > 0)
         std::fprintf(out, "  library time      %.2f s, %.3f ms per epoch\n", r.librarySeconds,
@@ -178,6 +238,8 @@ bool WriteJsonSummary(const std::string& path, const RunResult& r)
         else
             std::fprintf(f, "  \"wide_lane_fix_rate\": null,\n");
     }
+    if (r.stream.active)
+        JsonStream(f, r.stream);
     std::fprintf(f, "  \"wall_s\": %.3f,\n", r.wallSeconds);
     std::fprintf(f, "  \"library_s\": %.3f\n", r.librarySeconds);
     std::fprintf(f, "}\n");

@@ -28,6 +28,21 @@ struct ArFigures {
     std::string exportFile;            // float-ambiguity export of mode upd-export
 };
 
+// What a stream run received, skipped and how fast it answered.
+struct StreamFigures {
+    bool active = false;
+    std::map<int, long> messages;              // frames by message number
+    std::map<std::string, long> skipped;       // reason -> count
+    long badFrames = 0;                        // frames rejected by their CRC
+    long skippedBytes = 0;                     // bytes outside good frames
+    long ephemerides = 0;                      // distinct ephemerides received
+    std::map<std::string, long> ssrOutcomes;   // per satellite-epoch: corrected, or why not
+    long codeBiasesApplied = 0;                // satellite-epochs with SSR code biases
+    long updsFromPhaseBiases = 0;              // satellite-epochs with a UPD from SSR phase biases
+    bool hasLatency = false;
+    double latencyMedianMs = 0.0, latencyP99Ms = 0.0, latencyMaxMs = 0.0;
+};
+
 struct RunResult {
     std::string obsFile;
     std::string site;
@@ -52,6 +67,7 @@ struct RunResult {
     double wallSeconds = 0.0;
     double librarySeconds = 0.0;   // inside the library's per-epoch call
     ArFigures ar;
+    StreamFigures stream;
 };
 
 // "G04 240, R10 12": satellites with a count, in packed order.

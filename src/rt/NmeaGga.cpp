@@ -32,17 +32,18 @@ int nmeaChecksum(const std::string& sentence)
     return sum;
 }
 
-std::string formatGga(double utcSecondsOfDay, double latitudeDeg, double longitudeDeg, double heightM)
+std::string formatGga(double utcSecondsOfDay, double latitudeDeg, double longitudeDeg, double heightM, int quality,
+                      int satellites)
 {
     long centiseconds = std::lround(std::fmod(std::fmax(utcSecondsOfDay, 0.0), 86400.0) * 100.0) % 8640000L;
     const long hours = centiseconds / 360000L;
     const long minutes = centiseconds / 6000L % 60L;
     const long seconds = centiseconds % 6000L;
     char text[256];
-    std::snprintf(text, sizeof(text), "$GPGGA,%02ld%02ld%02ld.%02ld,%s,%c,%s,%c,1,12,1.0,%.3f,M,0.000,M,,", hours,
+    std::snprintf(text, sizeof(text), "$GPGGA,%02ld%02ld%02ld.%02ld,%s,%c,%s,%c,%d,%02d,1.0,%.3f,M,0.000,M,,", hours,
                   minutes, seconds / 100L, seconds % 100L, DegreesMinutes(latitudeDeg, 2).c_str(),
                   latitudeDeg < 0 ? 'S' : 'N', DegreesMinutes(longitudeDeg, 3).c_str(), longitudeDeg < 0 ? 'W' : 'E',
-                  heightM);
+                  quality, satellites, heightM);
     return completeGga(text);
 }
 

@@ -15,9 +15,11 @@ int nmeaChecksum(const std::string& sentence);
 
 // A GGA sentence with checksum and CR LF. The height goes into the altitude
 // field with a geoid separation of zero (casters only need the rough place).
-// Fix quality 1, 12 satellites, HDOP 1.0: plausible values for a receiver
-// that has a position.
-std::string formatGga(double utcSecondsOfDay, double latitudeDeg, double longitudeDeg, double heightM);
+// By default fix quality 1, 12 satellites, HDOP 1.0: plausible values for a
+// receiver that has a position. Quality: 1 single point, 2 differential,
+// 4 fixed ambiguities, 5 float ambiguities.
+std::string formatGga(double utcSecondsOfDay, double latitudeDeg, double longitudeDeg, double heightM,
+                      int quality = 1, int satellites = 12);
 
 // The sentence with "\r\n" at its end and the checksum added when missing.
 std::string completeGga(const std::string& sentence);
