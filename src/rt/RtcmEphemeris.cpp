@@ -1,10 +1,10 @@
 #include "rt/RtcmEphemeris.h"
 
+#include <algorithm>
 #include <cmath>
 
-#include "common/GNSSConst.h"
-#include "common/gnsscmn.h"
 #include "io/GpsTime.h"
+#include "io/SatelliteId.h"
 #include "rt/RtcmBits.h"
 #include "rt/RtcmTime.h"
 
@@ -231,17 +231,13 @@ void splitGalileoHealth(int health, double* v)
     v[kHealthE5b] = (health >> 7) & 3;
 }
 
+// Packed index of a satellite, 0 when it has none (e.g. BeiDou above 35).
 int packedIndex(char system, int prn)
 {
-    int capacity = 0;
-    switch (system) {
-    case 'G': capacity = _MAX_PRN_GPS; break;
-    case 'R': capacity = _MAX_PRN_GLO; break;
-    case 'E': capacity = _MAX_PRN_GAL; break;
-    case 'C': capacity = _MAX_PRN_BDS; break;
-    default: break;
-    }
-    return prn >= 1 && prn <= capacity ? prn2iprn(prn, system) : 0;
+    if (prn < 1 || prn > 99)
+        return 0;
+    const char id[4] = {system, static_cast<char>('0' + prn / 10), static_cast<char>('0' + prn % 10), '\0'};
+    return std::max(pppio::parseSatelliteId(id), 0);
 }
 
 // Week of toe (and toc) from the week field, its rollover and the reference.
