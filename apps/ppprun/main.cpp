@@ -1,10 +1,12 @@
-// ppprun: processes a RINEX observation file with precise orbits and clocks
-// through the positioning library and prints a summary. See --help.
+// ppprun: processes a RINEX observation file with precise orbits and clocks,
+// or RTCM 3 streams, through the positioning library and prints a summary.
+// See --help.
 #include <cstdio>
 #include <exception>
 
 #include "Options.h"
 #include "Run.h"
+#include "StreamRun.h"
 #include "Summary.h"
 #include "io/ReadError.h"
 
@@ -32,7 +34,7 @@ int main(int argc, char** argv)
     }
 
     try {
-        const ppprun::RunResult result = ppprun::Run(options);
+        const ppprun::RunResult result = options.streaming() ? ppprun::RunStream(options) : ppprun::Run(options);
         ppprun::PrintSummary(stdout, result);
         if (!options.summaryJson.empty() && !ppprun::WriteJsonSummary(options.summaryJson, result)) {
             std::fprintf(stderr, "ppprun: cannot write %s\n", options.summaryJson.c_str());

@@ -1,6 +1,7 @@
 #include "rt/SsrBiases.h"
 
 #include <cmath>
+#include <cstdlib>
 
 #include "io/GpsTime.h"
 #include "io/PhaseBiasUpd.h"
@@ -52,8 +53,9 @@ void SsrBiases::correctCodes(const tagGPSTIME2& t, tagGPSOBSONEEPO& epoch)
             ++m_counts.codeMissing;
             continue;
         }
-        s.dP1 += b1->bias;
-        s.dP2 += b2->bias;
+        static const double sb = std::getenv("SB") ? std::atof(std::getenv("SB")) : 1.0;
+        s.dP1 += sb * b1->bias;
+        s.dP2 += sb * b2->bias;
         ++m_counts.codeCorrected;
     }
 }
