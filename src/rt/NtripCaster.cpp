@@ -1,7 +1,6 @@
 #include "rt/NtripCaster.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -15,6 +14,7 @@
 
 #include "rt/Base64.h"
 #include "rt/FileSource.h"
+#include "rt/NtripReply.h"
 #include "rt/ReplaySchedule.h"
 #include "rt/TcpSocket.h"
 
@@ -26,12 +26,6 @@ constexpr int kPollMs = 10;               // pacing granularity and stop latency
 constexpr size_t kMaxRequest = 8192;
 constexpr size_t kMaxSlice = 16384;       // stream bytes per send
 const char* const kServer = "Server: ppplib NtripCaster\r\n";
-
-std::string Lower(std::string text)
-{
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
-    return text;
-}
 
 }  // namespace
 
@@ -166,7 +160,7 @@ void NtripCaster::accept(std::vector<std::unique_ptr<Client>>& clients)
 void NtripCaster::answer(Client& client)
 {
     const std::string& request = client.in;
-    const std::string lower = Lower(request);
+    const std::string lower = asciiLower(request);
     const bool v2 = lower.find("\r\nntrip-version: ntrip/2.0") != std::string::npos;
     const std::string http = v2 ? "HTTP/1.1 " : "HTTP/1.0 ";
     const std::string v2Header = v2 ? "Ntrip-Version: Ntrip/2.0\r\n" : "";
