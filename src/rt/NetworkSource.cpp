@@ -1,6 +1,7 @@
 #include "rt/NetworkSource.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <chrono>
 #include <cstring>
 #include <thread>
@@ -112,7 +113,7 @@ ReadResult NetworkSource::read(uint8_t* buffer, size_t capacity, int timeoutMs)
         } else {
             if (m_serviceDueMs >= 0 && now >= m_serviceDueMs)
                 m_serviceDueMs = service(m_socket, now);
-            const int64_t idleEnd = m_lastByteMs + m_options.idleTimeoutMs;
+            const int64_t idleEnd = m_options.idleTimeoutMs > 0 ? m_lastByteMs + m_options.idleTimeoutMs : INT64_MAX;
             int64_t until = std::min(deadline, idleEnd);
             if (m_serviceDueMs >= 0)
                 until = std::min(until, m_serviceDueMs);

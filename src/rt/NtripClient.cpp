@@ -141,16 +141,19 @@ std::vector<SourceTableEntry> fetchSourceTable(const SourceSpec& spec, const Sou
                                                                                  : describeReply(reply, "")));
     ChunkedDecoder chunked;
     std::string text;
+    bool endSeen = false;
     auto take = [&](uint8_t* data, size_t n) {
         if (reply.chunked)
             n = chunked.decode(data, n);
+        const size_t from = text.size() > 16 ? text.size() - 16 : 0;   // the end mark may straddle two reads
         text.append(reinterpret_cast<const char*>(data), n);
+        endSeen = endSeen || text.find("ENDSOURCETABLE", from) != std::string::npos;
     };
     take(body.data(), body.size());
     uint8_t chunk[4096];
     for (;;) {
         const bool complete = (reply.contentLength >= 0 && text.size() >= static_cast<size_t>(reply.contentLength)) ||
-                              chunked.finished() || text.find("ENDSOURCETABLE") != std::string::npos;
+                              chunked.finished() || endSeen;
         if (complete)
             break;
         if (chunked.failed() || text.size() > kMaxSourceTable)

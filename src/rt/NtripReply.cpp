@@ -30,12 +30,6 @@ size_t HeaderEnd(const std::string& header)
     return kIcyLength;
 }
 
-std::string Lower(std::string text)
-{
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
-    return text;
-}
-
 // Value of header `name` (lower case, with the colon) in the lower-cased header block.
 std::string HeaderValue(const std::string& header, const std::string& name)
 {
@@ -51,7 +45,7 @@ std::string HeaderValue(const std::string& header, const std::string& name)
 
 void Classify(const std::string& header, NtripReply& reply)
 {
-    const std::string lower = Lower(header);
+    const std::string lower = asciiLower(header);
     reply.statusLine = header.substr(0, header.find('\r'));
     if (reply.statusLine == "ICY 200 OK") {
         reply.kind = NtripReply::Kind::Stream;
@@ -84,6 +78,12 @@ void Classify(const std::string& header, NtripReply& reply)
 }
 
 }  // namespace
+
+std::string asciiLower(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
+    return text;
+}
 
 std::string ntripRequest(const SourceSpec& spec, const std::string& userAgent)
 {

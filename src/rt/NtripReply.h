@@ -36,6 +36,9 @@ std::string ntripRequest(const SourceSpec& spec, const std::string& userAgent);
 bool readNtripReply(TcpSocket& socket, int timeoutMs, NtripReply& reply, std::vector<uint8_t>& body,
                     std::string& error);
 
+// ASCII lower case, for the case-insensitive header names of HTTP.
+std::string asciiLower(std::string text);
+
 // Text for a reply that is not the expected one, e.g. "unauthorized (401 ...)".
 std::string describeReply(const NtripReply& reply, const std::string& mount);
 

@@ -66,7 +66,7 @@ enum class NtripVersion { V1, V2 };
 
 struct SourceOptions {
     int connectTimeoutMs = 10000;   // for the TCP connection and for the reply header each
-    int idleTimeoutMs = 30000;      // a connection silent this long is dropped and renewed
+    int idleTimeoutMs = 30000;      // a connection silent this long is dropped and renewed (0: never)
     ReconnectPolicy reconnect;
     std::string userAgent = "NTRIP ppplib/0.1";
     // GGA upload to the caster, needed by network (virtual reference station)
