@@ -10,7 +10,7 @@ namespace {
 // its serving is tested through the library in tests/rt.
 TEST(Ntripcaster, RefusesBadCommandLinesAndFiles)
 {
-    const std::string file = std::string(PPP_SOURCE_DIR) + "/tests/data/rt/GMSD7_20121014_MSM7_excerpt.rtcm3";
+    const std::string file = std::string(PPP_SOURCE_DIR) + "/tests/data/rt/GMSD7_20121014_head.rtcm3";
     struct Case { std::string arguments; int exitCode; const char* message; };
     const Case cases[] = {
         {"--help", 0, "usage: ntripcaster"},

@@ -16,7 +16,7 @@
 namespace ppprt {
 namespace {
 
-const std::string kExcerpt = std::string(PPP_SOURCE_DIR) + "/tests/data/rt/GMSD7_20121014_MSM7_excerpt.rtcm3";
+const std::string kExcerpt = std::string(PPP_SOURCE_DIR) + "/tests/data/rt/GMSD7_20121014_head.rtcm3";
 
 // Small delays so that every case ends well within a second or two.
 SourceOptions FastOptions()
