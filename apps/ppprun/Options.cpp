@@ -152,7 +152,7 @@ Options ParseOptions(int argc, char** argv)
         throw UsageError("option --replay-speed expects 0 (as fast as possible) or a positive factor");
     if (!o.streaming() && o.sp3.empty() && !(o.broadcastFallback && !o.nav.empty()))
         throw UsageError("no orbits given (--sp3 FILE, or --nav FILE with --broadcast-fallback)");
-    if (o.broadcastFallback && o.nav.empty())
+    if (o.broadcastFallback && o.nav.empty() && !o.streaming())
         throw UsageError("option --broadcast-fallback needs --nav FILE");
     if (!(o.elevMask >= 0.0 && o.elevMask < 90.0))
         throw UsageError("option --elev-mask expects degrees from 0 to 90");

@@ -146,6 +146,7 @@ StreamRunner::StreamRunner(const Options& o, RunResult& result)
     m_replayCorrections = m_corr && IsFileSpec(o.rtcmCorr);
     m_decoder.setReference(StartTime(o, result));
 
+    m_ssrStates.setBroadcastFallback(o.broadcastFallback);
     pppio::ProductSources sources = m_products.sources(o);
     if (o.sp3.empty())
         sources.broadcast = m_useSsr ? static_cast<const pppio::SatelliteStateSource*>(&m_ssrStates)

@@ -169,7 +169,7 @@ SsrSatelliteStates::SsrSatelliteStates(const pppio::BroadcastOrbit& broadcast, c
 
 bool SsrSatelliteStates::state(int iprn, const tagGPSTIME2& t, pppio::SatelliteState& state) const
 {
-    return evaluate(iprn, t, state) == SsrOutcome::kCorrected;
+    return evaluate(iprn, t, state) == SsrOutcome::kCorrected || (m_fallback && m_broadcast.state(iprn, t, state));
 }
 
 SsrOutcome SsrSatelliteStates::evaluate(int iprn, const tagGPSTIME2& t, pppio::SatelliteState& state) const

@@ -101,6 +101,11 @@ public:
     SsrSatelliteStates(const pppio::BroadcastOrbit& broadcast, const SsrCorrections& ssr,
                        const SsrAges& ages = SsrAges());
 
+    // With the fallback on, a satellite without usable corrections gets its
+    // plain broadcast state (metre-level orbit and clock errors) rather
+    // than none.
+    void setBroadcastFallback(bool on) { m_fallback = on; }
+
     bool state(int iprn, const tagGPSTIME2& t, pppio::SatelliteState& state) const override;
 
     // What state() would make of satellite iprn at t, with the state.
@@ -112,6 +117,7 @@ private:
     const pppio::BroadcastOrbit& m_broadcast;
     const SsrCorrections& m_ssr;
     SsrAges m_ages;
+    bool m_fallback = false;
 };
 
 // Radial, along-track and cross-track unit vectors of a position and velocity.
