@@ -121,6 +121,7 @@ private:
     std::unique_ptr<ppprt::RtcmFeed> m_obs;
     std::unique_ptr<ppprt::RtcmFeed> m_corr;
     bool m_replayCorrections;
+    bool m_corrFailureNoted = false;
     pppio::SiteReport m_siteReport;
     tagSITE m_site{};
     std::unique_ptr<SiteRun> m_run;
@@ -185,10 +186,10 @@ void StreamRunner::pumpCorrections(const tagGPSTIME2& upTo)
         }
         const ppprt::FeedStatus status = m_corr->next(frame, 0);
         if (status != ppprt::FeedStatus::kFrame) {
-            if (status == ppprt::FeedStatus::kError && m_corr->ended())
+            if (status == ppprt::FeedStatus::kError && !m_corrFailureNoted) {
                 m_result.notes.push_back("corrections " + m_corr->describe() + ": " + m_corr->message());
-            if (status != ppprt::FeedStatus::kWaiting)
-                m_corr.reset(new ppprt::RtcmFeed(std::unique_ptr<ppprt::StreamSource>()));
+                m_corrFailureNoted = true;
+            }
             break;
         }
         m_decoder.handle(frame);
@@ -198,6 +199,17 @@ void StreamRunner::pumpCorrections(const tagGPSTIME2& upTo)
 
 void StreamRunner::startSite(double interval)
 {
+    // What the stream said of the station so far: the antenna for its
+    // calibration and height, the position as the a-priori one's start.
+    const ppprt::StationInfo& station = m_decoder.station();
+    if (station.hasPosition)
+        std::memcpy(m_header.approxPosition, station.arp, sizeof(station.arp));
+    if (station.hasHeight)
+        m_header.antennaDeltaH = station.antennaHeight;
+    if (station.hasAntenna)
+        m_header.antennaType = station.antennaDescriptor;
+    if (station.hasReceiver)
+        m_header.receiverType = station.receiverType;
     pppio::SiteRequest request;
     request.name = m_o.site.empty() ? "RTCM" : m_o.site;
     request.hasApriori = m_o.hasApriori;

@@ -60,8 +60,11 @@ FrameKind RtcmDecoder::handle(const RtcmFrame& frame)
         return ephemeris(frame);
     if (isSsrMessage(number))
         return correction(frame);
-    if (IsStation(number))
+    if (IsStation(number)) {
+        if (decodeStation(frame.payload, frame.length, m_station) != StationStatus::kOk)
+            return skip(number, "truncated station description");
         return FrameKind::kStation;
+    }
     return FrameKind::kOther;
 }
 
@@ -106,6 +109,8 @@ FrameKind RtcmDecoder::correction(const RtcmFrame& frame)
     const SsrStatus status = decodeSsr(frame.payload, frame.length, m_reference, *m_message);
     if (status != SsrStatus::kOk)
         return skip(frame.type(), ssrStatusName(status));
+    if (m_message->header.system != 'R')   // GLONASS epochs are not always trustworthy
+        advance(m_message->header.time);
     if (m_hold)
         m_held = true;
     else

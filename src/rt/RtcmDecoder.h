@@ -23,6 +23,7 @@
 #include "io/BroadcastOrbit.h"
 #include "rt/MsmEpochBuilder.h"
 #include "rt/RtcmFramer.h"
+#include "rt/RtcmStation.h"
 #include "rt/SsrCorrections.h"
 #include "rt/SsrMessages.h"
 
@@ -64,6 +65,9 @@ public:
     void setReference(const tagGPSTIME2& t) { m_reference = t; }
     const tagGPSTIME2& reference() const { return m_reference; }
 
+    // The station as its 1005/1006/1007/1008/1033 messages describe it.
+    const StationInfo& station() const { return m_station; }
+
     // GLONASS channel of a slot learnt from the stream; false when none.
     bool glonassChannel(int slot, int& channel) const;
 
@@ -84,6 +88,7 @@ private:
     bool m_hold = false;
     bool m_held = false;
     tagGPSTIME2 m_reference{0, 0.0};
+    StationInfo m_station;
     StreamCounts m_counts;
 };
 

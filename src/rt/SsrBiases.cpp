@@ -83,4 +83,12 @@ t_upd* SsrBiases::fillUpds(const tagGPSTIME2& t, const tagGPSOBSONEEPO& epoch)
     return m_upds;
 }
 
+void phaseBiasesFromUpd(double wideLane, double narrowLane, double f1, double f2, double& bias1, double& bias2)
+{
+    const double a1 = narrowLane - f2 * wideLane / (f1 - f2);
+    const double a2 = narrowLane - f1 * wideLane / (f1 - f2);
+    bias1 = a1 * _LIGHT_SPEED / f1;
+    bias2 = a2 * _LIGHT_SPEED / f2;
+}
+
 }  // namespace ppprt

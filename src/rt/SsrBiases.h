@@ -51,6 +51,12 @@ private:
     SsrBiasCounts m_counts;
 };
 
+// The phase biases (m) of the two carriers f1, f2 that carry a satellite's
+// wide-lane and narrow-lane UPDs (cycles): the inverse of the UPDs that
+// fillUpds makes of them, a_1 = NL - f2 W / (f1 - f2), a_2 = NL - f1 W /
+// (f1 - f2), bias_i = a_i c / f_i.
+void phaseBiasesFromUpd(double wideLane, double narrowLane, double f1, double f2, double& bias1, double& bias2);
+
 }  // namespace ppprt
 
 #endif

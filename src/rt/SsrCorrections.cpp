@@ -145,7 +145,7 @@ const char* describe(SsrOutcome outcome)
     case SsrOutcome::kNoClock: return "no clock correction";
     case SsrOutcome::kTooOld: return "correction older than its maximum age";
     case SsrOutcome::kIssueMismatch: return "orbit and clock of different SSR issues";
-    case SsrOutcome::kNoEphemeris: return "the ephemeris the correction refers to was never received";
+    case SsrOutcome::kNoEphemeris: return "the ephemeris the correction refers to is unknown or out of its validity";
     }
     return "?";
 }

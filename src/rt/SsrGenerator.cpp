@@ -15,6 +15,8 @@ const double kUpdateIntervals[16] = {1, 2, 5, 10, 15, 30, 60, 120, 240, 300, 600
 
 // Half-width (s) of the central differences that give the rates.
 constexpr double kRateStep = 1.0;
+// More than any signal travel time (s).
+constexpr double kTravelMargin = 1.0;
 
 int LastPrn(char system)
 {
@@ -118,22 +120,25 @@ int SsrGenerator::orbit(char system, const tagGPSTIME2& epoch, double interval, 
 
     for (int prn = 1; prn <= LastPrn(system) && out.satelliteCount < kSsrMaxSatellites; ++prn) {
         const int iprn = pppio::packedIndex(system, prn);
-        // The ephemeris a service would use now, in the record the user picks for its issue.
+        // The ephemeris a service would use now, in the record the user picks
+        // for its issue. Chosen at the start of the interval (less the signal
+        // travel time), so that it is valid wherever the user applies it.
+        const tagGPSTIME2 start = pppio::shiftedTime(epoch, -kTravelMargin);
         m_kepler[iprn - 1] = nullptr;
         m_glonass[iprn - 1] = nullptr;
         int issue = 0;
         if (system == 'R') {
-            const pppio::GlonassEphemeris* eph = m_broadcast.selectGlonass(iprn, t0);
+            const pppio::GlonassEphemeris* eph = m_broadcast.selectGlonass(iprn, start);
             if (!eph)
                 continue;
             issue = pppio::glonassIssue(*eph);
-            m_glonass[iprn - 1] = m_broadcast.glonassByIssue(iprn, issue, t0);
+            m_glonass[iprn - 1] = m_broadcast.glonassByIssue(iprn, issue, start);
         } else {
-            const pppio::KeplerEphemeris* eph = m_broadcast.selectKepler(iprn, t0);
+            const pppio::KeplerEphemeris* eph = m_broadcast.selectKepler(iprn, start);
             if (!eph)
                 continue;
             issue = pppio::keplerIssue(*eph);
-            m_kepler[iprn - 1] = m_broadcast.keplerByIssue(iprn, issue, t0);
+            m_kepler[iprn - 1] = m_broadcast.keplerByIssue(iprn, issue, start);
         }
         double now[3], before[3], after[3];
         if (!orbitDifference(iprn, t0, now) ||
