@@ -12,6 +12,7 @@ FILES = {
     'sp3': 'GRG0MGXFIN_20201770000_01D_15M_ORB.SP3.gz',
     'clk': 'GRG0MGXFIN_20201770000_02H_30S_CLK.CLK.gz',
     'atx': 'ESBC_receiver_antenna.atx',
+    'nav': 'ESBC00DNK_R_20201770000_04H_MN.rnx.gz',
 }
 
 
@@ -39,3 +40,20 @@ def ppprun_inputs(paths, observations='obs'):
     taken from the role `observations`."""
     return ['--obs', paths[observations], '--sp3', paths['sp3-before'], '--sp3', paths['sp3'],
             '--clk', paths['clk'], '--atx', paths['atx']]
+
+
+def write_streams(rnx2rtcm, paths, work, emulator=()):
+    """The sample as recorded RTCM 3 streams, made by rnx2rtcm:
+    (observation stream, correction stream)."""
+    import subprocess
+    obs, corr = os.path.join(work, 'sample_obs.rtcm3'), os.path.join(work, 'sample_corr.rtcm3')
+    subprocess.run(list(emulator) + [rnx2rtcm, '--obs', paths['obs'], '--nav', paths['nav'],
+                    '--sp3', paths['sp3-before'], '--sp3', paths['sp3'], '--clk', paths['clk'],
+                    '--atx', paths['atx'], '--out', obs, '--out-corr', corr],
+                   check=True, capture_output=True)
+    return obs, corr
+
+
+def ppprun_stream_inputs(paths, streams):
+    """ppprun's input options for the sample's streams."""
+    return ['--rtcm', streams[0], '--rtcm-corr', streams[1], '--atx', paths['atx']]

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Runs the native ppprun and the 32-bit ARM ppprun (under qemu-arm) on the
-bundled sample and compares every file they write, number by number.
+bundled sample, from its files and replayed as RTCM 3 streams, and compares
+every file they write, number by number.
 
 The two builds must give the same results: a number may differ by at most
 --tolerance (default 1e-4, one unit in the last digit of the 0.1 mm
@@ -23,12 +24,17 @@ RUNS = {
     'static': ['--mode', 'ppp', '--dynamics', 'static', '--systems', 'GRE'],
     'kinematic': ['--mode', 'ppp', '--dynamics', 'kinematic', '--systems', 'GRE', '--residuals', '--debug'],
 }
+# The same sample replayed as RTCM 3 streams (observations, ephemerides and SSR corrections).
+STREAM_RUNS = {
+    'stream-static': ['--mode', 'ppp', '--dynamics', 'static', '--systems', 'GRE'],
+    'stream-kinematic': ['--mode', 'ppp', '--dynamics', 'kinematic', '--systems', 'GRE'],
+}
 NUMBER = re.compile(r'[-+]?(?:\d+\.\d*|\.\d+|\d+)(?:[eE][-+]?\d+)?')
 
 
-def run(command, inputs, options, out):
+def run(command, input_options, options, out):
     shutil.rmtree(out, ignore_errors=True)
-    arguments = command + bundled_sample.ppprun_inputs(inputs) + ['--quiet', '--out', out] + options
+    arguments = command + input_options + ['--quiet', '--out', out] + options
     result = subprocess.run(arguments, capture_output=True, text=True)
     if result.returncode != 0:
         sys.exit(f'compare: {" ".join(arguments)} exited with {result.returncode}\n{result.stderr}')
@@ -81,12 +87,17 @@ def main():
 
     os.makedirs(args.work, exist_ok=True)
     inputs = bundled_sample.write_plain(args.work)
+    file_inputs = bundled_sample.ppprun_inputs(inputs)
+    rnx2rtcm = os.path.join(os.path.dirname(args.native), 'rnx2rtcm')
+    stream_inputs = bundled_sample.ppprun_stream_inputs(inputs, bundled_sample.write_streams(rnx2rtcm, inputs, args.work))
     failed = False
-    for name, options in RUNS.items():
+    runs = [(name, file_inputs, options) for name, options in RUNS.items()] + \
+        [(name, stream_inputs, options) for name, options in STREAM_RUNS.items()]
+    for name, input_options, options in runs:
         native_out = os.path.join(args.work, name, 'native')
         arm_out = os.path.join(args.work, name, 'arm')
-        run([args.native], inputs, options, native_out)
-        run(args.emulator.split() + [args.arm], inputs, options, arm_out)
+        run([args.native], input_options, options, native_out)
+        run(args.emulator.split() + [args.arm], input_options, options, arm_out)
         native_files, arm_files = written_files(native_out), written_files(arm_out)
         if native_files != arm_files:
             print(f'{name}: different files: {sorted(native_files ^ arm_files)}')

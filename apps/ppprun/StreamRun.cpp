@@ -130,6 +130,7 @@ private:
     bool m_haveFirst = false;
     tagGPSTIME2 m_lastTime{0, 0.0};
     std::vector<double> m_latencies;
+    bool m_corrected[MAXSATNUM] = {};   // satellites of the epoch on SSR orbits and clocks
     std::FILE* m_nmea = nullptr;
     Clock::time_point m_paceStart;
     tagGPSTIME2 m_paceOrigin{0, 0.0};
@@ -249,7 +250,9 @@ void StreamRunner::tallySsr(const pppio::ObsEpoch& epoch)
         if (iprn == 0 || m_o.systems.find(sat.system) == std::string::npos)
             continue;
         pppio::SatelliteState state;
-        ++m_result.stream.ssrOutcomes[ppprt::describe(m_ssrStates.evaluate(iprn, epoch.gpsTime, state))];
+        const ppprt::SsrOutcome outcome = m_ssrStates.evaluate(iprn, epoch.gpsTime, state);
+        m_corrected[iprn - 1] = outcome == ppprt::SsrOutcome::kCorrected;
+        ++m_result.stream.ssrOutcomes[ppprt::describe(outcome)];
     }
 }
 
@@ -282,7 +285,7 @@ void StreamRunner::process(const pppio::ObsEpoch& epoch, Clock::time_point arriv
         return;
     t_upd* upds = nullptr;
     if (m_useSsr) {
-        m_biases.correctCodes(t, m_run->epoch());
+        m_biases.correctCodes(t, m_run->epoch(), m_corrected);
         if (m_arFromStream)
             upds = m_biases.fillUpds(t, m_run->epoch());
     }

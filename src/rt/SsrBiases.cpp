@@ -40,16 +40,16 @@ bool SsrBiases::fresh(const tagGPSTIME2& biasTime, const tagGPSTIME2& t) const
     return biasTime.week != 0 && std::fabs(pppio::secondsBetween(t, biasTime)) <= m_ages.bias;
 }
 
-void SsrBiases::correctCodes(const tagGPSTIME2& t, tagGPSOBSONEEPO& epoch)
+void SsrBiases::correctCodes(const tagGPSTIME2& t, tagGPSOBSONEEPO& epoch, const bool* corrected)
 {
     for (int i = 0; i < epoch.nSatNum; ++i) {
         tagOBSONESAT& s = epoch.sat[i];
         const SatelliteSsr& c = m_ssr.satellite(s.iprn);
         const SsrSignalBias* b1 = c.findCodeBias(ssrSignalId(s.cSys, s.obsHead.code1));
         const SsrSignalBias* b2 = c.findCodeBias(ssrSignalId(s.cSys, s.obsHead.code2));
-        const bool corrected = b1 && b2 && fresh(c.codeBiasTime, t);
-        m_codeCorrected[s.iprn - 1] = corrected;
-        if (!corrected) {
+        const bool apply = b1 && b2 && fresh(c.codeBiasTime, t) && (!corrected || corrected[s.iprn - 1]);
+        m_codeCorrected[s.iprn - 1] = apply;
+        if (!apply) {
             ++m_counts.codeMissing;
             continue;
         }

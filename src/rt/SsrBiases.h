@@ -32,8 +32,11 @@ class SsrBiases {
 public:
     explicit SsrBiases(const SsrCorrections& ssr, const SsrAges& ages = SsrAges());
 
-    // Corrects both codes of each satellite that has biases for them.
-    void correctCodes(const tagGPSTIME2& t, tagGPSOBSONEEPO& epoch);
+    // Corrects both codes of each satellite that has biases for them and
+    // whose orbit and clock come from the same corrections (corrected[iprn
+    // - 1]; null: all): code biases belong to the service's clocks, not to
+    // the broadcast ones.
+    void correctCodes(const tagGPSTIME2& t, tagGPSOBSONEEPO& epoch, const bool* corrected = nullptr);
 
     // The 124 UPD entries for epoch t (satellites of the epoch whose codes
     // were corrected and whose stream has phase biases on both bands).
