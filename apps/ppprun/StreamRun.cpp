@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <csignal>
 #include <cstring>
 #include <ctime>
 #include <thread>
@@ -29,6 +30,37 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+// Set by SIGINT or SIGTERM: a live run ends at the next read, with its
+// summary and every file written so far.
+volatile std::sig_atomic_t g_stopRequested = 0;
+
+extern "C" void RequestStop(int)
+{
+    g_stopRequested = 1;
+}
+
+// Installs the stop handler for the lifetime of a run.
+class StopOnSignal {
+public:
+    StopOnSignal()
+    {
+        g_stopRequested = 0;
+        m_int = std::signal(SIGINT, RequestStop);
+        m_term = std::signal(SIGTERM, RequestStop);
+    }
+    ~StopOnSignal()
+    {
+        std::signal(SIGINT, m_int);
+        std::signal(SIGTERM, m_term);
+    }
+    StopOnSignal(const StopOnSignal&) = delete;
+    StopOnSignal& operator=(const StopOnSignal&) = delete;
+
+private:
+    void (*m_int)(int);
+    void (*m_term)(int);
+};
+
 constexpr size_t kProbeBytes = 4 << 20;   // how far a recording is searched for its date
 constexpr int kObservationWaitMs = 200;
 
@@ -37,10 +69,24 @@ bool IsFileSpec(const std::string& spec)
     return spec.find("://") == std::string::npos || spec.compare(0, 7, "file://") == 0;
 }
 
-std::unique_ptr<ppprt::StreamSource> Open(const std::string& spec)
+// Network mounts that want the user's position (virtual reference stations)
+// get a GGA of the a-priori coordinates.
+ppprt::SourceOptions SourceSettings(const Options& o)
+{
+    ppprt::SourceOptions settings;
+    if (o.hasApriori) {
+        tagCRDCARTESIAN xyz{o.apriori[0], o.apriori[1], o.apriori[2]};
+        tagCRDGEODETIC blh;
+        CGNSSCoordConvert().CartesianToGeodetic(&xyz, &blh, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
+        settings.gga = ppprt::formatGga(0.0, blh.lat * _RAD2DEG, blh.lon * _RAD2DEG, blh.height);
+    }
+    return settings;
+}
+
+std::unique_ptr<ppprt::StreamSource> Open(const std::string& spec, const ppprt::SourceOptions& settings = {})
 {
     try {
-        return ppprt::openSource(spec, ppprt::SourceOptions());
+        return ppprt::openSource(spec, settings);
     } catch (const ppprt::SourceError& e) {
         throw InputError(e.what());
     }
@@ -142,9 +188,9 @@ StreamRunner::StreamRunner(const Options& o, RunResult& result)
       m_arFromStream(o.mode >= 4 && o.mode != 7 && o.upd.empty() && o.bias.empty()),
       m_header(m_builder.header())
 {
-    m_obs.reset(new ppprt::RtcmFeed(Open(o.rtcm)));
+    m_obs.reset(new ppprt::RtcmFeed(Open(o.rtcm, SourceSettings(o))));
     if (!o.rtcmCorr.empty())
-        m_corr.reset(new ppprt::RtcmFeed(Open(o.rtcmCorr)));
+        m_corr.reset(new ppprt::RtcmFeed(Open(o.rtcmCorr, SourceSettings(o))));
     m_replayCorrections = m_corr && IsFileSpec(o.rtcmCorr);
     m_decoder.setReference(StartTime(o, result));
 
@@ -302,7 +348,7 @@ void StreamRunner::process(const pppio::ObsEpoch& epoch, Clock::time_point arriv
 void StreamRunner::run()
 {
     ppprt::RtcmFrame frame;
-    for (;;) {
+    while (!g_stopRequested) {
         const ppprt::FeedStatus status = m_obs->next(frame, kObservationWaitMs);
         if (status == ppprt::FeedStatus::kWaiting) {
             pumpCorrections(m_decoder.reference());
@@ -368,8 +414,11 @@ RunResult RunStream(const Options& o)
     result.dynamics = DynamicsName(o.posMode);
     result.systems = o.systems;
     {
+        const StopOnSignal stopOnSignal;
         StreamRunner runner(o, result);
         runner.run();
+        if (g_stopRequested)
+            result.notes.push_back("stopped by a signal; the epochs so far are processed and written");
     }
     result.wallSeconds = std::chrono::duration<double>(Clock::now() - start).count();
     return result;

@@ -12,11 +12,16 @@ namespace rtcmtest {
 
 using Payload = std::vector<uint8_t>;
 
+inline std::string dataPath(const std::string& name)
+{
+    return std::string(PPP_SOURCE_DIR) + "/tests/data/rt/" + name;
+}
+
 // Payloads of the frames of tests/data/rt/<name>, in file order.
 inline std::vector<Payload> readPayloads(const std::string& name)
 {
     std::vector<Payload> payloads;
-    FILE* f = std::fopen((std::string(PPP_SOURCE_DIR) + "/tests/data/rt/" + name).c_str(), "rb");
+    FILE* f = std::fopen(dataPath(name).c_str(), "rb");
     if (!f)
         return payloads;
     ppprt::RtcmFramer framer;

@@ -8,7 +8,7 @@
 #include "io/BroadcastOrbit.h"
 #include "io/GpsTime.h"
 #include "rt/RtcmEphemeris.h"
-#include "rt/RtcmFrames.h"
+#include "rt/RtcmTestFiles.h"
 
 namespace ppprt {
 namespace {
@@ -47,7 +47,7 @@ TEST(RtcmEphemeris, RealStreamsGivePlausibleConsistentOrbits)
         {'G', {25.9e6, 27.2e6}}, {'R', {25.3e6, 25.7e6}}, {'E', {29.4e6, 29.8e6}}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.file);
-        const std::vector<std::vector<uint8_t>> frames = readFrames(rtData(c.file));
+        const std::vector<std::vector<uint8_t>> frames = rtcmtest::readPayloads(c.file);
         ASSERT_EQ(static_cast<int>(frames.size()), c.messages);
         std::map<int, DecodedEphemeris> previous;
         int weekFaults = 0, unsupported = 0, nextIssues = 0;
@@ -99,7 +99,7 @@ TEST(RtcmEphemeris, RealStreamsGivePlausibleConsistentOrbits)
 // without a recording (1042, 1045) by round trip of a record.
 TEST(RtcmEphemeris, WeeksAndRoundTripsOfEveryType)
 {
-    const std::vector<std::vector<uint8_t>> frames = readFrames(rtData("SSR_20260206_ephemerides.rtcm3"));
+    const std::vector<std::vector<uint8_t>> frames = rtcmtest::readPayloads("SSR_20260206_ephemerides.rtcm3");
     const tagGPSTIME2 now{2404, 504100.0};
     DecodedEphemeris galileo, gps;
     for (const std::vector<uint8_t>& frame : frames) {
@@ -165,7 +165,7 @@ TEST(RtcmEphemeris, WeeksAndRoundTripsOfEveryType)
 
 TEST(RtcmEphemeris, MalformedMessagesAreRefused)
 {
-    const std::vector<std::vector<uint8_t>> frames = readFrames(rtData("GMSD7_20121014_ephemerides.rtcm3"));
+    const std::vector<std::vector<uint8_t>> frames = rtcmtest::readPayloads("GMSD7_20121014_ephemerides.rtcm3");
     const std::vector<uint8_t>& glonass = frames[1];
     DecodedEphemeris eph;
     EXPECT_EQ(decodeEphemeris(glonass.data(), glonass.size() - 2, {1710, 0.0}, eph), EphemerisStatus::kTruncated);

@@ -9,7 +9,7 @@
 
 #include "io/GpsTime.h"
 #include "io/NavReader.h"
-#include "rt/RtcmFrames.h"
+#include "rt/RtcmTestFiles.h"
 #include "rt/RtcmSsr.h"
 
 namespace ppprt {
@@ -41,7 +41,7 @@ TEST(RtcmSsr, RealStreamsDecodeAndReencodeExactly)
          {{1057, 2}, {1058, 3}, {1059, 2}, {1063, 3}, {1064, 3}, {1065, 2}, {1240, 3}, {1241, 2}, {1242, 2},
           {1264, 2}, {1265, 2}, {1266, 2}, {1267, 2}}, 4.0, 6.0},
     };
-    const pppio::NavFile nav = pppio::readNav(rtData("BRDC00WRD_S_20261880000_01D_MN_GPS_SSR_20261881400.rnx"));
+    const pppio::NavFile nav = pppio::readNav(rtcmtest::dataPath("BRDC00WRD_S_20261880000_01D_MN_GPS_SSR_20261881400.rnx"));
     std::set<int> broadcastIssues;   // prn * 1000 + IODE
     for (const pppio::KeplerEphemeris& e : nav.kepler)
         broadcastIssues.insert(e.iprn * 1000 + static_cast<int>(e.iode));
@@ -50,7 +50,7 @@ TEST(RtcmSsr, RealStreamsDecodeAndReencodeExactly)
         SCOPED_TRACE(c.file);
         std::map<int, int> counts;
         int gpsOrbits = 0;
-        for (const std::vector<uint8_t>& frame : readFrames(rtData(c.file))) {
+        for (const std::vector<uint8_t>& frame : rtcmtest::readPayloads(c.file)) {
             ASSERT_EQ(decodeSsr(frame.data(), frame.size(), c.reference, g_message), SsrStatus::kOk);
             ++counts[g_message.messageNumber];
             EXPECT_EQ(Encode(g_message), frame) << g_message.messageNumber;
@@ -191,7 +191,7 @@ TEST(RtcmSsr, UraAndRefusedMessages)
     for (const auto& [index, metres] : ura)
         EXPECT_NEAR(uraMetres(index), metres, 1e-12) << index;
 
-    const std::vector<std::vector<uint8_t>> frames = readFrames(rtData("SSR_20260206_corrections.rtcm3"));
+    const std::vector<std::vector<uint8_t>> frames = rtcmtest::readPayloads("SSR_20260206_corrections.rtcm3");
     const std::vector<uint8_t>& glonass = frames[0];   // 1063
     const tagGPSTIME2 now{2404, 504040.0};
     EXPECT_EQ(decodeSsr(glonass.data(), glonass.size() - 1, now, g_message), SsrStatus::kTruncated);
