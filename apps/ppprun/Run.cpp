@@ -74,14 +74,7 @@ RunResult Run(const Options& o)
 {
     const auto start = std::chrono::steady_clock::now();
     RequireInputs(o);
-    if (!o.outDir.empty())
-        MakeDirectories(o.outDir + "/ztd");
-
-    RunResult result;
-    result.obsFile = o.obs;
-    result.mode = ModeName(o.mode);
-    result.dynamics = DynamicsName(o.posMode);
-    result.systems = o.systems;
+    RunResult result = StartRun(o, o.obs);
 
     const Products products(o, result);
     pppio::RinexObsReader reader(o.obs);
@@ -121,9 +114,7 @@ RunResult Run(const Options& o)
     progress.finish(result.epochs);
 
     run.finish(lastTime);
-    result.tally = assembler.tally();
-    for (char system : o.systems)
-        result.signals.emplace_back(system, assembler.signals().describe(system));
+    AddAssembly(o, assembler, result);
     for (const std::string& warning : reader.warnings())
         result.notes.push_back(warning);
     result.wallSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();

@@ -47,6 +47,25 @@ void MakeDirectories(const std::string& path)
     }
 }
 
+RunResult StartRun(const Options& o, const std::string& input)
+{
+    if (!o.outDir.empty())
+        MakeDirectories(o.outDir + "/ztd");
+    RunResult result;
+    result.obsFile = input;
+    result.mode = ModeName(o.mode);
+    result.dynamics = DynamicsName(o.posMode);
+    result.systems = o.systems;
+    return result;
+}
+
+void AddAssembly(const Options& o, const pppio::EpochAssembler& assembler, RunResult& result)
+{
+    result.tally = assembler.tally();
+    for (char system : o.systems)
+        result.signals.emplace_back(system, assembler.signals().describe(system));
+}
+
 t_conf MakeConfiguration(const Options& o, double interval, const std::string& site)
 {
     t_conf conf{};

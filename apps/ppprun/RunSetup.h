@@ -14,6 +14,7 @@
 #include "engine/GNSSSPP.h"
 #include "io/AntennaTable.h"
 #include "io/BroadcastOrbit.h"
+#include "io/EpochAssembler.h"
 #include "io/OrbitRecordBuilder.h"
 #include "io/PreciseClock.h"
 #include "io/PreciseOrbit.h"
@@ -25,6 +26,12 @@ namespace ppprun {
 
 // mkdir -p; throws InputError.
 void MakeDirectories(const std::string& path);
+
+// The output folders made and the summary's description of the run.
+RunResult StartRun(const Options& o, const std::string& input);
+
+// The assembly figures of a finished run: satellites used and left out, signals.
+void AddAssembly(const Options& o, const pppio::EpochAssembler& assembler, RunResult& result);
 
 t_conf MakeConfiguration(const Options& o, double interval, const std::string& site);
 

@@ -396,9 +396,7 @@ void StreamRunner::finish()
     }
     if (m_run)
         m_run->finish(m_lastTime);
-    m_result.tally = m_assembler->tally();
-    for (char system : m_o.systems)
-        m_result.signals.emplace_back(system, m_assembler->signals().describe(system));
+    AddAssembly(m_o, *m_assembler, m_result);
 }
 
 }  // namespace
@@ -406,13 +404,7 @@ void StreamRunner::finish()
 RunResult RunStream(const Options& o)
 {
     const auto start = Clock::now();
-    if (!o.outDir.empty())
-        MakeDirectories(o.outDir + "/ztd");
-    RunResult result;
-    result.obsFile = o.rtcm;
-    result.mode = ModeName(o.mode);
-    result.dynamics = DynamicsName(o.posMode);
-    result.systems = o.systems;
+    RunResult result = StartRun(o, o.rtcm);
     {
         const StopOnSignal stopOnSignal;
         StreamRunner runner(o, result);

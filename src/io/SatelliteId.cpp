@@ -5,16 +5,6 @@
 namespace pppio {
 
 namespace {
-int Capacity(char system)
-{
-    switch (system) {
-    case 'G': return _MAX_PRN_GPS;
-    case 'R': return _MAX_PRN_GLO;
-    case 'E': return _MAX_PRN_GAL;
-    case 'C': return _MAX_PRN_BDS;
-    default: return 0;
-    }
-}
 
 bool IsKnownSystem(char system)
 {
@@ -39,14 +29,25 @@ int parseSatelliteId(const char* text)
     if (!IsDigit(tens) || !IsDigit(text[2]))
         return -1;
     const int number = (tens - '0') * 10 + (text[2] - '0');
-    if (number < 1 || number > Capacity(system))
+    if (number < 1 || number > systemCapacity(system))
         return 0;
     return prn2iprn(number, system);
 }
 
+int systemCapacity(char system)
+{
+    switch (system) {
+    case 'G': return _MAX_PRN_GPS;
+    case 'R': return _MAX_PRN_GLO;
+    case 'E': return _MAX_PRN_GAL;
+    case 'C': return _MAX_PRN_BDS;
+    default: return 0;
+    }
+}
+
 int packedIndex(char system, int prn)
 {
-    if (!IsKnownSystem(system) || prn < 1 || prn > Capacity(system))
+    if (!IsKnownSystem(system) || prn < 1 || prn > systemCapacity(system))
         return 0;
     return prn2iprn(prn, system);
 }

@@ -18,6 +18,10 @@ constexpr int kMaxPackedIndex = 124;
 // Galileo above 30, BeiDou above 35), -1 when it is malformed.
 int parseSatelliteId(const char* text);
 
+// Satellites of a system that have packed indexes (GPS 32, GLONASS 27,
+// Galileo 30, BeiDou 35; 0 for other systems).
+int systemCapacity(char system);
+
 // Packed index of satellite `prn` of `system` ('G', 'R', 'E', 'C'); 0 when
 // it has none.
 int packedIndex(char system, int prn);

@@ -18,17 +18,6 @@ constexpr double kRateStep = 1.0;
 // More than any signal travel time (s).
 constexpr double kTravelMargin = 1.0;
 
-int LastPrn(char system)
-{
-    switch (system) {
-    case 'G': return _MAX_PRN_GPS;
-    case 'R': return _MAX_PRN_GLO;
-    case 'E': return _MAX_PRN_GAL;
-    case 'C': return _MAX_PRN_BDS;
-    default: return 0;
-    }
-}
-
 }  // namespace
 
 int ssrUpdateIntervalIndex(double seconds)
@@ -118,7 +107,7 @@ int SsrGenerator::orbit(char system, const tagGPSTIME2& epoch, double interval, 
     CGNSSTimeConvert().GPSTime2ToCommonTime(&copy, &calendar);
     m_precise.beginEpoch(calendar, *m_scratch);
 
-    for (int prn = 1; prn <= LastPrn(system) && out.satelliteCount < kSsrMaxSatellites; ++prn) {
+    for (int prn = 1; prn <= pppio::systemCapacity(system) && out.satelliteCount < kSsrMaxSatellites; ++prn) {
         const int iprn = pppio::packedIndex(system, prn);
         // The ephemeris a service would use now, in the record the user picks
         // for its issue. Chosen at the start of the interval (less the signal
@@ -164,7 +153,7 @@ int SsrGenerator::clock(char system, const tagGPSTIME2& epoch, double interval, 
 {
     header(system, epoch, interval, SsrType::kClock, out);
     const tagGPSTIME2 t0 = pppio::shiftedTime(epoch, out.header.updateInterval / 2.0);
-    for (int prn = 1; prn <= LastPrn(system) && out.satelliteCount < kSsrMaxSatellites; ++prn) {
+    for (int prn = 1; prn <= pppio::systemCapacity(system) && out.satelliteCount < kSsrMaxSatellites; ++prn) {
         const int iprn = pppio::packedIndex(system, prn);
         double c[3];   // c (precise - broadcast) at t0 - step, t0, t0 + step
         bool ok = true;
