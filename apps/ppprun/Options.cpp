@@ -1,6 +1,9 @@
 #include "Options.h"
 
+#include <cstdio>
+
 #include "io/CommandLine.h"
+#include "io/GpsTime.h"
 
 namespace ppprun {
 
@@ -35,6 +38,17 @@ int ParseMode(const std::string& text)
     if (mode != static_cast<int>(mode) || mode < 0 || mode > 99)
         throw UsageError("option --mode expects spp, ppp, upd-export, ar or a mode number, not '" + text + "'");
     return static_cast<int>(mode);
+}
+
+// YYYY-MM-DD.
+void ParseDate(const std::string& option, const std::string& text, int* date)
+{
+    int year = 0, month = 0, day = 0;
+    char dash1 = 0, dash2 = 0, rest = 0;
+    if (std::sscanf(text.c_str(), "%4d%c%2d%c%2d%c", &year, &dash1, &month, &dash2, &day, &rest) != 5 ||
+        dash1 != '-' || dash2 != '-' || !pppio::validCalendar(year, month, day, 0, 0, 0.0) || year < 1980)
+        throw UsageError("option " + option + " expects a date YYYY-MM-DD, not '" + text + "'");
+    date[0] = year, date[1] = month, date[2] = day;
 }
 
 int ParseDynamics(const std::string& text)
@@ -137,6 +151,8 @@ Options ParseOptions(int argc, char** argv)
             o.replaySpeed = pppio::parseNumber(option, value());
         else if (option == "--no-ssr")
             o.ssr = false;
+        else if (option == "--date")
+            ParseDate(option, value(), o.date);
         else
             throw UsageError("unknown option '" + option + "' (see --help)");
     }
@@ -211,6 +227,9 @@ tcp://HOST:PORT, or ntrip://[USER:PASS@]HOST:PORT/MOUNT):
                         times real time (default: 0)
   --nmea FILE           NMEA GGA line per solved epoch, - for standard
                         output (default: none)
+  --date YYYY-MM-DD     the day of a recording older than April 2019, whose
+                        GPS week the ephemerides cannot tell (default: from
+                        the first GPS or BeiDou ephemeris, else the clock)
   Without --sp3 the orbits come from the stream: broadcast ephemerides
   with SSR corrections; in mode ar the SSR phase biases are the UPDs.
 

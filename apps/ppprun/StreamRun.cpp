@@ -96,6 +96,8 @@ std::unique_ptr<ppprt::StreamSource> Open(const std::string& spec, const ppprt::
 // for live sources or recordings without one.
 tagGPSTIME2 StartTime(const Options& o, RunResult& result)
 {
+    if (o.date[0] != 0)
+        return pppio::gpsTimeFromCalendar(o.date[0], o.date[1], o.date[2], 12, 0, 0.0);
     for (const std::string* spec : {&o.rtcmCorr, &o.rtcm}) {
         if (spec->empty() || !IsFileSpec(*spec))
             continue;
@@ -394,6 +396,8 @@ void StreamRunner::finish()
         s.latencyP99Ms = Percentile(m_latencies, 0.99);
         s.latencyMedianMs = Percentile(m_latencies, 0.5);
     }
+    if (m_useSsr && m_ssr.counts().messages == 0)
+        m_result.notes.push_back("the streams carry no SSR corrections: broadcast orbits and clocks are used");
     if (m_run)
         m_run->finish(m_lastTime);
     AddAssembly(m_o, *m_assembler, m_result);

@@ -55,6 +55,14 @@ MsmEpochBuilder::MsmEpochBuilder()
     m_signals.resize(signalSlot(kMsmSystemCount, 0, 0));
 }
 
+bool MsmEpochBuilder::glonassChannel(int slot, int& channel) const
+{
+    if (slot < 1 || slot > kMsmMaxSatellites || m_channel[slot] == kNoChannel)
+        return false;
+    channel = m_channel[slot];
+    return true;
+}
+
 void MsmEpochBuilder::setGlonassChannel(int slot, int channel)
 {
     if (slot < 1 || slot > kMsmMaxSatellites || channel < -7 || channel > 6)

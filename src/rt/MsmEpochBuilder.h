@@ -58,6 +58,8 @@ public:
 
     // GLONASS frequency channel of a slot, e.g. from a 1020 ephemeris.
     void setGlonassChannel(int slot, int channel);
+    // The channel known for a slot (from MSM5/7 or set); false when none.
+    bool glonassChannel(int slot, int& channel) const;
 
 private:
     struct SignalState {

@@ -1,5 +1,7 @@
 #include "rt/RtcmDecoder.h"
 
+#include <cmath>
+
 #include "common/gnsscmn.h"
 #include "io/GpsTime.h"
 #include "rt/RtcmEphemeris.h"
@@ -15,6 +17,9 @@ struct DecoderBuffers {
 };
 
 namespace {
+
+constexpr double kBdtBehindGps = 14.0;   // s
+constexpr double kSameEpoch = 0.0005;    // s, below the 1 ms resolution of MSM epochs
 
 bool IsEphemeris(int number)
 {
@@ -76,6 +81,15 @@ FrameKind RtcmDecoder::observation(const RtcmFrame& frame)
         return skip(frame.type(), describe(status));
     if (m_reference.week == 0)
         return skip(frame.type(), "no time reference yet (no ephemeris seen)");
+    if (msm.system == 'C' && m_lastOtherMsm.week != 0 &&
+        std::fabs(pppio::secondsBetween(msm.time, m_lastOtherMsm) - kBdtBehindGps) < kSameEpoch) {
+        // Some encoders write BeiDou epochs in GPS time: 14 s after the
+        // other systems' epoch once read as BeiDou time.
+        msm.time = pppio::shiftedTime(msm.time, -kBdtBehindGps);
+        ++m_counts.skipped[std::to_string(frame.type()) + ": epoch written in GPS time, corrected"];
+    } else if (msm.system != 'C') {
+        m_lastOtherMsm = msm.time;
+    }
     advance(msm.time);
     return m_epochs.add(msm) ? FrameKind::kEpochComplete : FrameKind::kObservation;
 }
@@ -128,7 +142,7 @@ void RtcmDecoder::applyHeldCorrection()
 
 bool RtcmDecoder::glonassChannel(int slot, int& channel) const
 {
-    return m_broadcast.glonassChannel(slot, channel);
+    return m_epochs.glonassChannel(slot, channel) || m_broadcast.glonassChannel(slot, channel);
 }
 
 }  // namespace ppprt

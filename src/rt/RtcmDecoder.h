@@ -88,6 +88,7 @@ private:
     bool m_hold = false;
     bool m_held = false;
     tagGPSTIME2 m_reference{0, 0.0};
+    tagGPSTIME2 m_lastOtherMsm{0, 0.0};   // epoch of the latest MSM of a system other than BeiDou
     StationInfo m_station;
     StreamCounts m_counts;
 };

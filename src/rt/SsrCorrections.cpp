@@ -169,7 +169,8 @@ SsrSatelliteStates::SsrSatelliteStates(const pppio::BroadcastOrbit& broadcast, c
 
 bool SsrSatelliteStates::state(int iprn, const tagGPSTIME2& t, pppio::SatelliteState& state) const
 {
-    return evaluate(iprn, t, state) == SsrOutcome::kCorrected || (m_fallback && m_broadcast.state(iprn, t, state));
+    const bool fallback = m_fallback || m_ssr.counts().messages == 0;
+    return evaluate(iprn, t, state) == SsrOutcome::kCorrected || (fallback && m_broadcast.state(iprn, t, state));
 }
 
 SsrOutcome SsrSatelliteStates::evaluate(int iprn, const tagGPSTIME2& t, pppio::SatelliteState& state) const

@@ -103,7 +103,8 @@ public:
 
     // With the fallback on, a satellite without usable corrections gets its
     // plain broadcast state (metre-level orbit and clock errors) rather
-    // than none.
+    // than none. Until the first correction arrives every satellite does:
+    // a stream without corrections is a broadcast-only stream.
     void setBroadcastFallback(bool on) { m_fallback = on; }
 
     bool state(int iprn, const tagGPSTIME2& t, pppio::SatelliteState& state) const override;
