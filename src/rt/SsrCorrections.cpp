@@ -1,7 +1,6 @@
 #include "rt/SsrCorrections.h"
 
 #include <cmath>
-#include <cstdlib>
 
 #include "common/gnsscmn.h"
 #include "io/GpsTime.h"
@@ -81,8 +80,7 @@ void SsrCorrections::add(const SsrMessage& message)
     if (message.type == SsrType::kVtec)
         return;
     const tagGPSTIME2 epoch = epochOf(message);
-    static const double half = std::getenv("HALF") ? std::atof(std::getenv("HALF")) : 0.5;
-    const tagGPSTIME2 reference = pppio::shiftedTime(epoch, message.header.updateInterval * half);
+    const tagGPSTIME2 reference = pppio::shiftedTime(epoch, message.header.updateInterval / 2.0);
     const int iodSsr = message.header.iodSsr;
     for (int k = 0; k < message.satelliteCount && k < kSsrMaxSatellites; ++k) {
         const SsrSatellite& in = message.satellites[k];
@@ -207,16 +205,14 @@ SsrOutcome SsrSatelliteStates::evaluate(int iprn, const tagGPSTIME2& t, pppio::S
     for (int k = 0; k < 3; ++k)
         rac[k] = c.orbit[k] + c.orbitRate[k] * orbitAge;
     for (int k = 0; k < 3; ++k) {
-        static const double so = std::getenv("SO") ? std::atof(std::getenv("SO")) : 1.0;
-        state.position[k] -= so * (radial[k] * rac[0] + along[k] * rac[1] + cross[k] * rac[2]);
+        state.position[k] -= radial[k] * rac[0] + along[k] * rac[1] + cross[k] * rac[2];
         state.velocity[k] -= radial[k] * c.orbitRate[0] + along[k] * c.orbitRate[1] + cross[k] * c.orbitRate[2];
     }
 
     double clock = c.clock[0] + c.clock[1] * clockAge + c.clock[2] * clockAge * clockAge;
     if (c.hasHighRateClock && std::fabs(pppio::secondsBetween(t, c.highRateTime)) <= m_ages.clock)
         clock += c.highRateClock;
-    static const double sc = std::getenv("SC") ? std::atof(std::getenv("SC")) : 1.0;
-    state.clock += sc * clock / _LIGHT_SPEED;
+    state.clock += clock / _LIGHT_SPEED;
     state.clockRate += (c.clock[1] + 2.0 * c.clock[2] * clockAge) / _LIGHT_SPEED;
     return SsrOutcome::kCorrected;
 }
