@@ -94,18 +94,22 @@ void SsrCorrections::add(const SsrMessage& message)
         const bool orbit = message.type == SsrType::kOrbit || message.type == SsrType::kCombined;
         const bool clock = message.type == SsrType::kClock || message.type == SsrType::kCombined;
         if (orbit) {
-            out.hasOrbit = true;
-            out.orbitTime = reference;
-            out.iode = in.iode;
-            out.orbitIodSsr = iodSsr;
-            out.orbit[0] = in.radial, out.orbit[1] = in.along, out.orbit[2] = in.cross;
-            out.orbitRate[0] = in.dotRadial, out.orbitRate[1] = in.dotAlong, out.orbitRate[2] = in.dotCross;
+            IssueCorrections& c = out.current;
+            if (c.hasOrbit && c.iode != in.iode)
+                out.previous = c;   // a new ephemeris issue
+            c.hasOrbit = true;
+            c.orbitTime = reference;
+            c.iode = in.iode;
+            c.orbitIodSsr = iodSsr;
+            c.orbit[0] = in.radial, c.orbit[1] = in.along, c.orbit[2] = in.cross;
+            c.orbitRate[0] = in.dotRadial, c.orbitRate[1] = in.dotAlong, c.orbitRate[2] = in.dotCross;
         }
         if (clock) {
-            out.hasClock = true;
-            out.clockTime = reference;
-            out.clockIodSsr = iodSsr;
-            out.clock[0] = in.c0, out.clock[1] = in.c1, out.clock[2] = in.c2;
+            IssueCorrections& c = out.current;
+            c.hasClock = true;
+            c.clockTime = reference;
+            c.clockIodSsr = iodSsr;
+            c.clock[0] = in.c0, c.clock[1] = in.c1, c.clock[2] = in.c2;
             out.hasHighRateClock = false;   // a high-rate clock refines the clock it follows
         }
         switch (message.type) {
@@ -175,14 +179,26 @@ SsrOutcome SsrSatelliteStates::evaluate(int iprn, const tagGPSTIME2& t, pppio::S
 {
     if (iprn < 1 || iprn > MAXSATNUM)
         return SsrOutcome::kNoOrbit;
-    const SatelliteSsr& c = m_ssr.satellite(iprn);
+    const SatelliteSsr& satellite = m_ssr.satellite(iprn);
+    const SsrOutcome outcome = apply(iprn, satellite.current, satellite, t, m_ages.clock, state);
+    if (outcome != SsrOutcome::kNoEphemeris || !satellite.previous.hasOrbit)
+        return outcome;
+    // The previous issue's last clock correction bridges the time until the
+    // new ephemeris arrives, as long as its orbit correction may be used.
+    const SsrOutcome bridged = apply(iprn, satellite.previous, satellite, t, m_ages.orbit, state);
+    return bridged == SsrOutcome::kCorrected ? bridged : outcome;
+}
+
+SsrOutcome SsrSatelliteStates::apply(int iprn, const IssueCorrections& c, const SatelliteSsr& satellite,
+                                     const tagGPSTIME2& t, double clockLimit, pppio::SatelliteState& state) const
+{
     if (!c.hasOrbit)
         return SsrOutcome::kNoOrbit;
     if (!c.hasClock)
         return SsrOutcome::kNoClock;
     const double orbitAge = pppio::secondsBetween(t, c.orbitTime);
     const double clockAge = pppio::secondsBetween(t, c.clockTime);
-    if (std::fabs(orbitAge) > m_ages.orbit || std::fabs(clockAge) > m_ages.clock)
+    if (std::fabs(orbitAge) > m_ages.orbit || std::fabs(clockAge) > clockLimit)
         return SsrOutcome::kTooOld;
     if (c.orbitIodSsr != c.clockIodSsr)
         return SsrOutcome::kIssueMismatch;
@@ -210,8 +226,9 @@ SsrOutcome SsrSatelliteStates::evaluate(int iprn, const tagGPSTIME2& t, pppio::S
     }
 
     double clock = c.clock[0] + c.clock[1] * clockAge + c.clock[2] * clockAge * clockAge;
-    if (c.hasHighRateClock && std::fabs(pppio::secondsBetween(t, c.highRateTime)) <= m_ages.clock)
-        clock += c.highRateClock;
+    if (&c == &satellite.current && satellite.hasHighRateClock &&
+        std::fabs(pppio::secondsBetween(t, satellite.highRateTime)) <= m_ages.clock)
+        clock += satellite.highRateClock;
     state.clock += clock / _LIGHT_SPEED;
     state.clockRate += (c.clock[1] + 2.0 * c.clock[2] * clockAge) / _LIGHT_SPEED;
     return SsrOutcome::kCorrected;

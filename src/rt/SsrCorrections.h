@@ -35,7 +35,8 @@ struct SsrAges {
     double bias = 900.0;
 };
 
-struct SatelliteSsr {
+// The orbit and clock corrections of one ephemeris issue.
+struct IssueCorrections {
     bool hasOrbit = false;
     tagGPSTIME2 orbitTime{0, 0.0};   // reference time t0
     int iode = 0;
@@ -47,6 +48,15 @@ struct SatelliteSsr {
     tagGPSTIME2 clockTime{0, 0.0};   // reference time t0
     int clockIodSsr = 0;
     double clock[3] = {};            // C0 m, C1 m/s, C2 m/s^2
+};
+
+struct SatelliteSsr {
+    // The corrections of the current ephemeris issue, and those of the
+    // issue before: a service switches to a new issue as soon as it is
+    // broadcast, while a stream may deliver the new ephemeris a minute or
+    // two later; until then the previous issue's corrections still apply.
+    IssueCorrections current;
+    IssueCorrections previous;
 
     bool hasHighRateClock = false;
     tagGPSTIME2 highRateTime{0, 0.0};
@@ -115,6 +125,9 @@ public:
     const SsrAges& ages() const { return m_ages; }
 
 private:
+    SsrOutcome apply(int iprn, const IssueCorrections& c, const SatelliteSsr& satellite, const tagGPSTIME2& t,
+                     double clockLimit, pppio::SatelliteState& state) const;
+
     const pppio::BroadcastOrbit& m_broadcast;
     const SsrCorrections& m_ssr;
     SsrAges m_ages;

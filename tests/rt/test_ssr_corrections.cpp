@@ -110,7 +110,7 @@ TEST_F(SsrStatesTest, GlonassEpochWithoutLeapSecondsIsRealigned)
     message->type = SsrType::kClock;
     ssr.add(*message);
     EXPECT_EQ(ssr.counts().glonassEpochShifted, 1);
-    EXPECT_EQ(pppio::secondsBetween(ssr.satellite(33).clockTime, At(4, 0)), 0.0);
+    EXPECT_EQ(pppio::secondsBetween(ssr.satellite(33).current.clockTime, At(4, 0)), 0.0);
     message->header.time = At(4, 0, 5.0);
     ssr.add(*message);
     EXPECT_EQ(ssr.counts().glonassEpochShifted, 1);
