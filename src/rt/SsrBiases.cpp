@@ -1,7 +1,6 @@
 #include "rt/SsrBiases.h"
 
 #include <cmath>
-#include <cstdlib>
 
 #include "io/GpsTime.h"
 #include "io/PhaseBiasUpd.h"
@@ -53,9 +52,8 @@ void SsrBiases::correctCodes(const tagGPSTIME2& t, tagGPSOBSONEEPO& epoch)
             ++m_counts.codeMissing;
             continue;
         }
-        static const double sb = std::getenv("SB") ? std::atof(std::getenv("SB")) : 1.0;
-        s.dP1 += sb * b1->bias;
-        s.dP2 += sb * b2->bias;
+        s.dP1 += b1->bias;
+        s.dP2 += b2->bias;
         ++m_counts.codeCorrected;
     }
 }
