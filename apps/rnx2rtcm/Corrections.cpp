@@ -1,7 +1,6 @@
 #include "Corrections.h"
 
 #include <cmath>
-#include <vector>
 
 #include "common/gnsscmn.h"
 #include "engine/PPPRecords.h"
@@ -135,8 +134,7 @@ void Corrections::writeBiases(char system, const tagGPSTIME2& t, StreamWriter& o
     const SsrNumbers* numbers = nullptr;
     for (const SsrNumbers& n : kNumbers)
         numbers = n.system == system ? &n : numbers;
-    std::vector<t_upd> upds(MAXSATNUM);
-    const bool haveUpds = !m_upds.wideLane.empty() && m_upds.fill(t, upds.data()) > 0;
+    const bool haveUpds = !m_upds.wideLane.empty() && m_upds.fill(t, m_updEntries) > 0;
     int first = -1, second = -1;
     const bool phase = haveUpds && PhaseSignals(system, first, second);
 
@@ -160,7 +158,7 @@ void Corrections::writeBiases(char system, const tagGPSTIME2& t, StreamWriter& o
             ppprt::SsrSatellite s;
             s.prn = prn;
             if (phaseMessage) {
-                const t_upd& u = upds[static_cast<size_t>(iprn - 1)];
+                const t_upd& u = m_updEntries[iprn - 1];
                 double f1, f2;
                 if (!u.valid || !m_frequencies->frequencies(system, prn, f1, f2))
                     continue;

@@ -9,6 +9,7 @@
 
 #include "Options.h"
 #include "StreamWriter.h"
+#include "engine/PPPRecords.h"
 #include "io/BroadcastOrbit.h"
 #include "io/CarrierFrequencies.h"
 #include "io/OrbitRecordBuilder.h"
@@ -44,6 +45,7 @@ private:
     pppio::PreciseClock m_clock;
     pppio::AntennaTable m_antennas;
     pppio::UpdProduct m_upds;
+    t_upd m_updEntries[MAXSATNUM] = {};   // the UPDs of the bias epoch being written
     std::unique_ptr<pppio::CarrierFrequencies> m_frequencies;
     std::unique_ptr<pppio::OrbitRecordBuilder> m_precise;
     std::unique_ptr<ppprt::SsrGenerator> m_generator;
