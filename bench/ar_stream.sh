@@ -1,7 +1,7 @@
 #!/bin/sh
 # Ambiguity resolution through streams beside the file path, on the
-# simulated network of bench/ar_sim.sh shortened to HOURS (default 6) and
-# STATIONS stations (default 8): the network's UPDs from updnet as there;
+# simulated network of bench/ar_sim.sh (HOURS default 24, STATIONS default
+# 10; under a minute): the network's UPDs from updnet as there;
 # then each rover converted by rnx2rtcm into an MSM7 observation stream and
 # a correction stream (SSR orbits and clocks against the broadcast
 # ephemerides, zero code biases, phase biases carrying the network's UPDs),
@@ -11,13 +11,13 @@
 # Prints the fixed epochs, wrong fixes (against the simulator's truth, as
 # ar_sim.sh counts them), first fix per cold start and how far the two runs'
 # fixed positions are apart (bench/ar_stream_compare.py).
-# Usage: bench/ar_stream.sh   (BUILD=build, WORK=$BUILD/ar_stream, DATA=../shared/data, HOURS=6, STATIONS=8)
+# Usage: bench/ar_stream.sh   (BUILD=build, WORK=$BUILD/ar_stream, DATA=../shared/data, HOURS=24, STATIONS=10)
 set -e
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=${BUILD:-$root/build}
 work=${WORK:-$build/ar_stream}
 data=${DATA:-$root/../shared/data}
-hours=${HOURS:-6}
+hours=${HOURS:-24}
 bin=$build/bin
 for program in netsim ppprun updnet rnx2rtcm; do
     [ -x "$bin/$program" ] || { echo "ar_stream: $bin/$program is not built (make)" >&2; exit 1; }
@@ -27,7 +27,7 @@ products="--sp3 $data/GRG0MGXFIN_20201760000_01D_15M_ORB.SP3.gz --sp3 $data/GRG0
 nav=$data/ESBC00DNK_R_20201770000_01D_MN.rnx.gz
 rm -rf "$work"
 mkdir -p "$work/export" "$work/runs" "$work/streams"
-"$bin/netsim" $products --out "$work/net" --stations "${STATIONS:-8}" --rovers 2 --hours "$hours" --seed 7 \
+"$bin/netsim" $products --out "$work/net" --stations "${STATIONS:-10}" --rovers 2 --hours "$hours" --seed 7 \
     > "$work/netsim.log"
 
 truth() { awk -v s="$1" '$1 == s { print $2 "," $3 "," $4 }' "$work/net/stations.txt"; }
