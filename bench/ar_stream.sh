@@ -11,7 +11,9 @@
 # Prints the fixed epochs, wrong fixes (against the simulator's truth, as
 # ar_sim.sh counts them), first fix per cold start and how far the two runs'
 # fixed positions are apart (bench/ar_stream_compare.py).
-# Usage: bench/ar_stream.sh   (BUILD=build, WORK=$BUILD/ar_stream, DATA=../shared/data, HOURS=24, STATIONS=10)
+# PHASE=bias takes the simulator's Bias-SINEX (truth.bia, code and phase
+# OSBs) instead: rnx2rtcm --bias beside ppprun --obs --bias.
+# Usage: bench/ar_stream.sh   (BUILD=build, WORK=$BUILD/ar_stream, DATA=../shared/data, HOURS=24, STATIONS=10, PHASE=upd)
 set -e
 root=$(cd "$(dirname "$0")/.." && pwd)
 build=${BUILD:-$root/build}
@@ -42,13 +44,15 @@ for s in $(awk '$5 == "station" { print $1 }' "$work/net/stations.txt"); do
 done
 "$bin/updnet" --out "$work/network.upd" --truth "$work/net/truth.upd" "$work"/export/*.famb > "$work/updnet.txt"
 
+phase="--upd $work/network.upd"
+[ "${PHASE:-upd}" = bias ] && phase="--bias $work/net/truth.bia"
 for rover in ROV1 ROV2; do
     streams=$work/streams/$rover
-    "$bin/rnx2rtcm" --obs "$work/net/$rover.rnx" --nav "$nav" $products --upd "$work/network.upd" \
+    "$bin/rnx2rtcm" --obs "$work/net/$rover.rnx" --nav "$nav" $products $phase \
         --out "${streams}_obs.rtcm3" --out-corr "${streams}_corr.rtcm3" > "$streams.txt"
     for dynamics in static kinematic; do
         out=$work/runs/file-$rover-$dynamics
-        "$bin/ppprun" --obs "$work/net/$rover.rnx" $products --upd "$work/network.upd" $(common "$rover") \
+        "$bin/ppprun" --obs "$work/net/$rover.rnx" $products $phase $(common "$rover") \
             --mode ar --dynamics "$dynamics" --reset-hours 2 --out "$out" > "$out.txt"
         out=$work/runs/stream-$rover-$dynamics
         "$bin/ppprun" --rtcm "${streams}_obs.rtcm3" --rtcm-corr "${streams}_corr.rtcm3" $(common "$rover") \
