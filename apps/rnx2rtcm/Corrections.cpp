@@ -1,8 +1,9 @@
 #include "Corrections.h"
 
 #include <cmath>
-#include <vector>
+#include <optional>
 
+#include "common/GNSSConst.h"
 #include "common/gnsscmn.h"
 #include "engine/PPPRecords.h"
 #include "io/GpsTime.h"
@@ -27,9 +28,10 @@ const SsrNumbers kNumbers[] = {
     {'E', 1240, 1241, 1242, 1267}, {'C', 1258, 1259, 1260, 1270},
 };
 
-// Signals given a zero code bias: the clocks are those of the precise
-// product, whose code biases the simulated and real receivers share.
-const char* const kCodeSignals[] = {"1C", "1W", "2W", "2L", "2S", "2X", "5Q", "5X", "1X", "7Q", "7X", "1P", "2C",
+// Signals given a zero code bias without a Bias-SINEX file (the clocks are
+// those of the precise product, whose code biases the simulated and real
+// receivers share), and those whose code and phase OSBs are looked up in one.
+const char* const kSignals[] = {"1C", "1W", "2W", "2L", "2S", "2X", "5Q", "5X", "1X", "7Q", "7X", "1P", "2C",
                                     "2P", "2I", "6I", "7I"};
 
 // The signals that carry the phase biases of the library's two carriers.
@@ -79,6 +81,10 @@ Corrections::Corrections(const Options& o, const pppio::RinexObsHeader& header) 
         m_antennas.load(o.atx);
     if (!o.upd.empty())
         m_upds = pppio::UpdProduct::read(o.upd);
+    if (!o.bias.empty()) {
+        m_osb = pppio::BiasSinex::read(o.bias);
+        m_haveOsb = true;
+    }
     pppio::ProductSources sources;
     sources.orbit = &m_orbit;
     sources.clock = o.clk.empty() ? nullptr : &m_clock;
@@ -135,10 +141,8 @@ void Corrections::writeBiases(char system, const tagGPSTIME2& t, StreamWriter& o
     const SsrNumbers* numbers = nullptr;
     for (const SsrNumbers& n : kNumbers)
         numbers = n.system == system ? &n : numbers;
-    std::vector<t_upd> upds(MAXSATNUM);
-    const bool haveUpds = !m_upds.wideLane.empty() && m_upds.fill(t, upds.data()) > 0;
-    int first = -1, second = -1;
-    const bool phase = haveUpds && PhaseSignals(system, first, second);
+    const bool haveUpds = !m_upds.wideLane.empty() && m_upds.fill(t, m_updEntries) > 0;
+    const bool phase = m_haveOsb || haveUpds;
 
     for (const bool phaseMessage : {false, true}) {
         if (phaseMessage && !phase)
@@ -159,27 +163,59 @@ void Corrections::writeBiases(char system, const tagGPSTIME2& t, StreamWriter& o
                 continue;
             ppprt::SsrSatellite s;
             s.prn = prn;
-            if (phaseMessage) {
-                const t_upd& u = upds[static_cast<size_t>(iprn - 1)];
-                double f1, f2;
-                if (!u.valid || !m_frequencies->frequencies(system, prn, f1, f2))
-                    continue;
-                double b1, b2;
-                ppprt::phaseBiasesFromUpd(u.wl, u.nl, f1, f2, b1, b2);
-                s.phaseBiasCount = 2;
-                s.phaseBias[0].signal = first, s.phaseBias[0].bias = b1, s.phaseBias[0].integer = true;
-                s.phaseBias[1].signal = second, s.phaseBias[1].bias = b2, s.phaseBias[1].integer = true;
-                s.phaseBias[0].wideLaneInteger = s.phaseBias[1].wideLaneInteger = 2;
-            } else {
-                for (const char* code : kCodeSignals) {
+            if (m_haveOsb)
+                fillOsbBiases(phaseMessage ? 'L' : 'C', iprn, t, s);
+            else if (phaseMessage)
+                fillUpdPhaseBiases(system, iprn, s);
+            else
+                for (const char* code : kSignals) {
                     const int id = ppprt::ssrSignalId(system, code);
                     if (id >= 0 && s.codeBiasCount < ppprt::kSsrMaxBiases)
                         s.codeBias[s.codeBiasCount++].signal = id;
                 }
-            }
+            if ((phaseMessage ? s.phaseBiasCount : s.codeBiasCount) == 0)
+                continue;
             m.satellites[m.satelliteCount++] = s;
         }
         writeSsr(phaseMessage ? numbers->phaseBias : numbers->codeBias, out);
+    }
+}
+
+// The phase biases of the two carriers that carry the satellite's UPDs.
+void Corrections::fillUpdPhaseBiases(char system, int iprn, ppprt::SsrSatellite& s) const
+{
+    const t_upd& u = m_updEntries[iprn - 1];
+    double f1, f2;
+    int first, second;
+    if (!u.valid || !m_frequencies->frequencies(system, s.prn, f1, f2) || !PhaseSignals(system, first, second))
+        return;
+    double b1, b2;
+    ppprt::phaseBiasesFromUpd(u.wl, u.nl, f1, f2, b1, b2);
+    s.phaseBiasCount = 2;
+    s.phaseBias[0].signal = first, s.phaseBias[0].bias = b1;
+    s.phaseBias[1].signal = second, s.phaseBias[1].bias = b2;
+    for (int k = 0; k < 2; ++k)
+        s.phaseBias[k].integer = true, s.phaseBias[k].wideLaneInteger = 2;
+}
+
+// Code ('C') or phase ('L') biases of every signal with an OSB at t: the
+// bias added to the observation is minus the OSB, in metres.
+void Corrections::fillOsbBiases(char kind, int iprn, const tagGPSTIME2& t, ppprt::SsrSatellite& s) const
+{
+    const char system = judge_sys_char(iprn);
+    int& count = kind == 'L' ? s.phaseBiasCount : s.codeBiasCount;
+    ppprt::SsrSignalBias* biases = kind == 'L' ? s.phaseBias : s.codeBias;
+    for (const char* signal : kSignals) {
+        const char code[4] = {kind, signal[0], signal[1], '\0'};
+        const int id = ppprt::ssrSignalId(system, code);
+        const std::optional<double> ns = id >= 0 ? m_osb.osb(iprn, code, t) : std::nullopt;
+        if (!ns || count >= ppprt::kSsrMaxBiases)
+            continue;
+        ppprt::SsrSignalBias& b = biases[count++];
+        b.signal = id;
+        b.bias = -*ns * 1e-9 * _LIGHT_SPEED;
+        b.integer = kind == 'L';
+        b.wideLaneInteger = kind == 'L' ? 2 : 0;
     }
 }
 

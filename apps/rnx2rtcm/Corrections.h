@@ -9,12 +9,14 @@
 
 #include "Options.h"
 #include "StreamWriter.h"
+#include "engine/PPPRecords.h"
 #include "io/BroadcastOrbit.h"
 #include "io/CarrierFrequencies.h"
 #include "io/OrbitRecordBuilder.h"
 #include "io/PreciseClock.h"
 #include "io/PreciseOrbit.h"
 #include "io/AntennaTable.h"
+#include "io/BiasSinexReader.h"
 #include "io/UpdFile.h"
 #include "rt/SsrGenerator.h"
 #include "rt/SsrMessages.h"
@@ -37,6 +39,8 @@ private:
     void sendEphemeris(int iprn, const tagGPSTIME2& t, StreamWriter& out);
     void writeSsr(int messageNumber, StreamWriter& out);
     void writeBiases(char system, const tagGPSTIME2& t, StreamWriter& out);
+    void fillUpdPhaseBiases(char system, int iprn, ppprt::SsrSatellite& s) const;
+    void fillOsbBiases(char kind, int iprn, const tagGPSTIME2& t, ppprt::SsrSatellite& s) const;
 
     const Options& m_o;
     pppio::BroadcastOrbit m_broadcast;
@@ -44,6 +48,9 @@ private:
     pppio::PreciseClock m_clock;
     pppio::AntennaTable m_antennas;
     pppio::UpdProduct m_upds;
+    pppio::BiasSinex m_osb;
+    bool m_haveOsb = false;
+    t_upd m_updEntries[MAXSATNUM] = {};   // the UPDs of the bias epoch being written
     std::unique_ptr<pppio::CarrierFrequencies> m_frequencies;
     std::unique_ptr<pppio::OrbitRecordBuilder> m_precise;
     std::unique_ptr<ppprt::SsrGenerator> m_generator;

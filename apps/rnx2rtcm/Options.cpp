@@ -41,6 +41,8 @@ Options ParseOptions(int argc, char** argv)
             o.atx = value();
         else if (option == "--upd")
             o.upd = value();
+        else if (option == "--bias")
+            o.bias = value();
         else if (option == "--out")
             o.out = value();
         else if (option == "--out-corr")
@@ -62,8 +64,10 @@ Options ParseOptions(int argc, char** argv)
         return o;
     if (o.obs.empty() || o.nav.empty() || o.out.empty())
         throw UsageError("give --obs FILE, --nav FILE and --out FILE (see --help)");
-    if (o.sp3.empty() && (!o.clk.empty() || !o.upd.empty()))
+    if (o.sp3.empty() && (!o.clk.empty() || !o.upd.empty() || !o.bias.empty()))
         throw UsageError("SSR corrections need the precise orbits (--sp3 FILE)");
+    if (!o.upd.empty() && !o.bias.empty())
+        throw UsageError("give the phase biases either as --upd FILE or as --bias FILE, not both");
     return o;
 }
 
@@ -76,7 +80,8 @@ correction service would send them: observations as MSM7 with the station
 position (1005/1006) and receiver (1033); the broadcast ephemerides (1019,
 1020, 1042, 1045/1046) as they come into use; and, with precise orbits, SSR
 orbit and clock corrections (precise minus broadcast), zero code biases and,
-with a UPD file, the phase biases that carry its UPDs.
+with a UPD file, the phase biases that carry its UPDs; or, with a Bias-SINEX
+file, its code and phase OSBs as SSR code and phase biases.
 
   --obs FILE             RINEX observation file (Compact RINEX and gzip too)
   --nav FILE             RINEX 3 navigation file
@@ -85,6 +90,8 @@ with a UPD file, the phase biases that carry its UPDs.
   --atx FILE             ANTEX with the satellite antennas: corrections refer to
                          the ionosphere-free phase centre (default: none)
   --upd FILE             UPD file: SSR phase biases (default: none)
+  --bias FILE            Bias-SINEX: its code and phase OSBs become SSR code and
+                         phase biases, b = -OSB * c (default: none; zero code biases)
   --out FILE             observation stream; also the corrections without --out-corr
   --out-corr FILE        correction stream (default: into --out)
   --systems LETTERS      systems from G, R, E, C (default: GRE)

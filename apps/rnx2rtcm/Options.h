@@ -16,6 +16,7 @@ struct Options {
     std::vector<std::string> clk;      // precise clocks
     std::string atx;                   // satellite antennas (phase-centre offsets of the precise orbits)
     std::string upd;                   // UPD file: SSR phase biases
+    std::string bias;                  // Bias-SINEX: SSR code and phase biases from its OSBs
     std::string out;                   // observation stream (and corrections without --out-corr)
     std::string outCorr;               // correction stream
     std::string systems = "GRE";

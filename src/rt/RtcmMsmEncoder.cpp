@@ -232,12 +232,15 @@ bool MsmEncoder::fillSatellite(const pppio::ObsEpoch& epoch, int sat, char syste
         cell.signalId = types.signalId;
         std::copy(rinex, rinex + 2, cell.code);
         cell.pseudorange = code.value;
-        cell.phaseRange = phase.value * wavelength;
+        LockState& state = lock(sys, prn, types.signalId);
+        const bool withPhase = phase.present() && wavelength > 0.0;
+        const bool shifted = withPhase && shiftPhase(state, phase.value, code.value, wavelength);
+        cell.phaseRange = withPhase ? (phase.value - state.shift) * wavelength : 0.0;
         cell.phaseRate = -doppler.value * wavelength;
         const uint8_t ssi = phase.present() ? phase.ssi : code.ssi;
         cell.cnr = strength.present() ? strength.value : ssi * 6.0;
         cell.halfCycle = (phase.lli & 2) != 0;
-        cell.lockTime = phase.present() ? lockTime(sys, prn, types.signalId, (phase.lli & 1) != 0, now) : 0.0;
+        cell.lockTime = phase.present() ? lockTime(state, (phase.lli & 1) != 0 || shifted, now) : 0.0;
         if (out.roughRange == 0.0) {
             const double range = cell.pseudorange != 0.0 ? cell.pseudorange : cell.phaseRange;
             out.roughRange = std::round(range / kRoughUnit) * kRoughUnit;
@@ -247,16 +250,33 @@ bool MsmEncoder::fillSatellite(const pppio::ObsEpoch& epoch, int sat, char syste
     return out.cellCount > 0;
 }
 
-double MsmEncoder::lockTime(int system, int prn, int signalId, bool lost, double now)
+MsmEncoder::LockState& MsmEncoder::lock(int system, int prn, int signalId)
 {
-    LockState& lock = m_locks[(static_cast<size_t>(system) * (kMsmMaxSatellites + 1) + static_cast<size_t>(prn)) *
-                                  (kMsmMaxSignalId + 1) +
-                              static_cast<size_t>(signalId)];
+    return m_locks[(static_cast<size_t>(system) * (kMsmMaxSatellites + 1) + static_cast<size_t>(prn)) *
+                       (kMsmMaxSignalId + 1) +
+                   static_cast<size_t>(signalId)];
+}
+
+double MsmEncoder::lockTime(LockState& lock, bool lost, double now)
+{
     if (!lock.seen || now - lock.last > kMaxGap || (lost && lock.last < now))
         lock.start = now;
     lock.seen = true;
     lock.last = now;
     return now - lock.start;
+}
+
+// A new shift when the phase is out of the fine field's reach; true then
+// (the jump restarts the lock time, as a slip would).
+bool MsmEncoder::shiftPhase(LockState& lock, double cycles, double code, double wavelength)
+{
+    constexpr double kReach = 1000.0;   // m, inside the +-1171 m of the fine phase range
+    if (code == 0.0 || std::fabs((cycles - lock.shift) * wavelength - code) <= kReach)
+        return false;
+    const double shift = std::round(cycles - code / wavelength);
+    const bool jump = lock.seen;
+    lock.shift = shift;
+    return jump;
 }
 
 }  // namespace ppprt

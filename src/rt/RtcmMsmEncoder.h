@@ -2,6 +2,12 @@
 // and the satellites of one system of an observation epoch (RINEX units,
 // e.g. from MsmEpochBuilder or a RINEX file) into MSM7 records, with the
 // lock time kept per signal and restarted by the loss-of-lock flag.
+// Phases whose ambiguity puts them farther from the code than an MSM fine
+// phase range reaches (+-1171 m; simulated or converted files) are moved by
+// a whole number of cycles next to the code, as a receiver starts its
+// phase; the shift is kept while the phase stays within reach (always, in
+// practice), so arcs and ambiguities stay unbroken; a new shift restarts
+// the signal's lock time like a slip.
 //
 //   ppprt::MsmEncoder encoder(header, 1234);
 //   static ppprt::MsmMessage msm;
@@ -48,11 +54,14 @@ private:
     };
     struct LockState {
         double start = 0.0, last = 0.0;   // s since the first epoch
+        double shift = 0.0;               // whole cycles taken off the phase
         bool seen = false;
     };
 
     bool fillSatellite(const pppio::ObsEpoch& epoch, int sat, char system, double now, MsmSatellite& out);
-    double lockTime(int system, int prn, int signalId, bool lost, double now);
+    LockState& lock(int system, int prn, int signalId);
+    double lockTime(LockState& lock, bool lost, double now);
+    static bool shiftPhase(LockState& lock, double cycles, double code, double wavelength);
 
     const pppio::RinexObsHeader& m_header;
     int m_station;

@@ -4,6 +4,7 @@
 
 #include "io/GpsTime.h"
 #include "io/PhaseBiasUpd.h"
+#include "io/SignalSelection.h"
 #include "io/UpdFile.h"
 #include "rt/SsrSignals.h"
 
@@ -11,15 +12,23 @@ namespace ppprt {
 
 namespace {
 
-// The phase bias of the band of `code` ("C1C"): the same signal if present,
-// else the first of the band.
-const SsrSignalBias* PhaseBiasOfBand(const SatelliteSsr& c, char system, const char* code)
+// The phase bias of a carrier: that of the first phase signal in the
+// assembler's order of preference (GPS L1C before L1W: the signal the
+// epoch's phase most likely is) that the stream has, else any signal of
+// the carrier's band.
+const SsrSignalBias* PhaseBiasOfCarrier(const SatelliteSsr& c, char system, pppio::SignalRole role)
 {
-    if (const SsrSignalBias* same = c.findPhaseBias(ssrSignalId(system, code)))
-        return same;
+    for (int choice = 0; choice < pppio::kMaxSignalCandidates; ++choice) {
+        const char* phase = pppio::SignalSelector::candidateCode(system, role, choice);
+        if (phase[0] == '\0')
+            break;
+        if (const SsrSignalBias* b = c.findPhaseBias(ssrSignalId(system, phase)))
+            return b;
+    }
+    const char band = pppio::SignalSelector::candidateCode(system, role, 0)[1];
     for (int k = 0; k < c.phaseBiasCount; ++k) {
         const char* name = ssrSignalCode(system, c.phaseBias[k].signal);
-        if (name && name[0] == code[1])
+        if (name && name[0] == band)
             return &c.phaseBias[k];
     }
     return nullptr;
@@ -67,8 +76,8 @@ t_upd* SsrBiases::fillUpds(const tagGPSTIME2& t, const tagGPSOBSONEEPO& epoch)
         const SatelliteSsr& c = m_ssr.satellite(s.iprn);
         if (!m_codeCorrected[s.iprn - 1] || !fresh(c.phaseBiasTime, t))
             continue;
-        const SsrSignalBias* p1 = PhaseBiasOfBand(c, s.cSys, s.obsHead.code1);
-        const SsrSignalBias* p2 = PhaseBiasOfBand(c, s.cSys, s.obsHead.code2);
+        const SsrSignalBias* p1 = PhaseBiasOfCarrier(c, s.cSys, pppio::kPhase1);
+        const SsrSignalBias* p2 = PhaseBiasOfCarrier(c, s.cSys, pppio::kPhase2);
         if (!p1 || !p2)
             continue;
         const pppio::WideNarrowUpd u =

@@ -6,9 +6,12 @@
 // code + b_code, corrected phase = phase + b_phase. In observable-specific
 // bias terms OSB = -b / c, so the UPDs follow from pppio::updFromPhaseOsb.
 // The UPDs assume codes corrected the same way, so a satellite gets a UPD
-// only when both its codes were corrected. Each band's phase bias is the
-// one of the tracked signal when the stream has it, else any signal of the
-// band (providers give the signals of a band the same phase bias).
+// only when both its codes were corrected. Each carrier's phase bias is
+// that of the first signal the stream has in the assembler's order of phase
+// preference (pppio::SignalSelector: GPS L1C, L1W / L2W, L2L, L2X; Galileo
+// L1C, L1X / L5Q, L5X), else of any signal of the band (providers give the
+// signals of a band the same phase bias), as pppio::fillUpdsFromOsb picks
+// Bias-SINEX phase OSBs.
 //
 //   ppprt::SsrBiases biases(ssr);
 //   biases.correctCodes(t, epoch);           // after assembly, before pppos

@@ -122,5 +122,44 @@ TEST(RtcmMsmEncoder, SplitsAboveSixtyFourCells)
     EXPECT_EQ(counts, (std::vector<int>{16, 4}));
 }
 
+// A phase 14 km from its code (a simulated ambiguity) is out of the fine
+// phase range's reach: it goes out shifted by whole cycles, the same shift
+// on every epoch of the arc, without a loss of lock.
+TEST(RtcmMsmEncoder, FarPhaseShiftedByWholeCyclesPerArc)
+{
+    MsmEpochBuilder first, second;
+    const pppio::RinexObsHeader& header = first.header();
+    const int c1 = header.obsIndex('G', "C1C"), l1 = header.obsIndex('G', "L1C");
+    const double wavelength = _LIGHT_SPEED / 1575.42e6;
+    MsmEncoder encoder(header, 1);
+    static MsmMessage msm, back;
+    double shift = 0.0;
+    for (int k = 0; k < 3; ++k) {
+        pppio::ObsEpoch epoch;
+        epoch.clear(header.maxTypeCount());
+        epoch.gpsTime = tagGPSTIME2{2400, 3600.0 + 30.0 * k};
+        const double range = 2.1e7 + 20.0 * k;
+        pppio::ObsValue* row = epoch.addSatellite('G', 1);
+        row[c1] = pppio::ObsValue{range, 0, 7};
+        row[l1] = pppio::ObsValue{range / wavelength + 73000.25, 0, 7};
+        encoder.fill(epoch, 'G', 0, msm);
+        msm.multipleMessage = false;
+        uint8_t out[kRtcmMaxPayload];
+        size_t length = 0;
+        ASSERT_EQ(encodeMsm(msm, out, sizeof(out), length), MsmStatus::kOk);
+        ASSERT_EQ(decodeMsm(out, length, epoch.gpsTime, back), MsmStatus::kOk);
+        ASSERT_TRUE(second.add(back) || second.flush());
+        const pppio::ObsValue& phase = second.epoch().obs(0, l1);
+        ASSERT_TRUE(phase.present()) << "epoch " << k;
+        const double moved = row[l1].value - phase.value;
+        EXPECT_NEAR(moved, std::round(moved), 1e-3);
+        EXPECT_NEAR(std::fabs(moved), 73000.0, 10.0);
+        if (k == 0)
+            shift = moved;
+        EXPECT_NEAR(moved, shift, 1e-3) << "epoch " << k;
+        EXPECT_EQ(phase.lli & 1, k == 0 ? 1 : 0) << "epoch " << k;
+    }
+}
+
 }  // namespace
 }  // namespace ppprt
