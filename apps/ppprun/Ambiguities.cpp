@@ -13,7 +13,8 @@ constexpr double kWideLaneElevation = 15.0 * _DEG2RAD;   // the library's fixing
 }  // namespace
 
 Ambiguities::Ambiguities(const Options& o, double interval, const std::string& site)
-    : m_ar(o.mode >= 4 && o.mode != 7), m_upds(MAXSATNUM)
+    : m_ar(o.mode >= 4 && o.mode != 7), m_updsFromStream(o.streaming() && o.ssr && o.upd.empty() && o.bias.empty()),
+      m_upds(MAXSATNUM)
 {
     if (m_ar && !o.upd.empty())
         m_product = pppio::UpdProduct::read(o.upd);
@@ -93,7 +94,7 @@ void Ambiguities::report(RunResult& result) const
                                    " Bias-SINEX lines other than OSB are not supported and were skipped");
         for (const std::string& warning : m_biases->warnings())
             result.notes.push_back(warning);
-    } else if (m_ar && m_product.wideLane.empty() && m_product.narrowLane.empty())
+    } else if (m_ar && !m_updsFromStream && m_product.wideLane.empty() && m_product.narrowLane.empty())
         result.notes.push_back("no UPDs: no epoch can be fixed");
     for (const std::string& warning : m_product.warnings)
         result.notes.push_back(warning);

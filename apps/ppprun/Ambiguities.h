@@ -33,6 +33,7 @@ public:
 
 private:
     bool m_ar;
+    bool m_updsFromStream;   // the SSR phase biases of a stream give the UPDs
     pppio::UpdProduct m_product;
     std::unique_ptr<pppio::BiasSinex> m_biases;
     std::vector<t_upd> m_upds;
