@@ -133,7 +133,8 @@ void PrintSummary(std::FILE* out, const RunResult& r)
     if (r.tally.missingProducts > 0)
         std::fprintf(out, "    missing products: %s\n", SatelliteCounts(r.tally.missingPerSatellite).c_str());
     if (r.tally.broadcast > 0)
-        std::fprintf(out, "  broadcast orbits  %ld satellite-epochs: %s\n", r.tally.broadcast,
+        std::fprintf(out, "  %s %ld satellite-epochs: %s\n",
+                     r.stream.ssrOutcomes.empty() ? "broadcast orbits " : "orbits of stream ", r.tally.broadcast,
                      SatelliteCounts(r.tally.broadcastPerSatellite).c_str());
     for (const auto& s : r.signals)
         std::fprintf(out, "  signals %c         %s\n", s.first, s.second.c_str());
