@@ -7,7 +7,9 @@
 #include <sys/wait.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "io/TestFiles.h"
 
@@ -44,6 +46,35 @@ inline Outcome RunProgram(const std::string& program, const std::string& argumen
     outcome.exitCode = status != -1 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     outcome.err = testfiles::readText(errFile);
     return outcome;
+}
+
+inline int LineCount(const std::string& text)
+{
+    int lines = 0;
+    for (char c : text)
+        lines += c == '\n' ? 1 : 0;
+    return lines;
+}
+
+// The numbers of a JSON array value "key": [a, b, c].
+inline std::vector<double> JsonArray(const std::string& json, const std::string& key)
+{
+    std::vector<double> values;
+    const size_t at = json.find("\"" + key + "\": [");
+    if (at == std::string::npos)
+        return values;
+    const char* p = json.c_str() + json.find('[', at) + 1;
+    for (;;) {
+        char* end = nullptr;
+        const double v = std::strtod(p, &end);
+        if (end == p)
+            break;
+        values.push_back(v);
+        p = end;
+        while (*p == ',' || *p == ' ')
+            ++p;
+    }
+    return values;
 }
 
 }  // namespace program_test

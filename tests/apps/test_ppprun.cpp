@@ -25,39 +25,12 @@ const std::string kReference = " --ref 3582104.766,532590.178,5232755.139";
 using program_test::Outcome;
 using program_test::Scratch;
 using testfiles::readText;
+using program_test::JsonArray;
+using program_test::LineCount;
 
 Outcome RunProgram(const std::string& arguments)
 {
     return program_test::RunProgram("ppprun", arguments);
-}
-
-int LineCount(const std::string& text)
-{
-    int lines = 0;
-    for (char c : text)
-        lines += c == '\n' ? 1 : 0;
-    return lines;
-}
-
-// The numbers of a JSON array value "key": [a, b, c].
-std::vector<double> JsonArray(const std::string& json, const std::string& key)
-{
-    std::vector<double> values;
-    const size_t at = json.find("\"" + key + "\": [");
-    if (at == std::string::npos)
-        return values;
-    const char* p = json.c_str() + json.find('[', at) + 1;
-    for (;;) {
-        char* end = nullptr;
-        const double v = std::strtod(p, &end);
-        if (end == p)
-            break;
-        values.push_back(v);
-        p = end;
-        while (*p == ',' || *p == ' ')
-            ++p;
-    }
-    return values;
 }
 
 // Indexes of the epoch lines of the sample's observation file, decompressed.
