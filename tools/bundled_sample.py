@@ -12,7 +12,7 @@ FILES = {
     'sp3': 'GRG0MGXFIN_20201770000_01D_15M_ORB.SP3.gz',
     'clk': 'GRG0MGXFIN_20201770000_02H_30S_CLK.CLK.gz',
     'atx': 'ESBC_receiver_antenna.atx',
-    'nav': 'ESBC00DNK_R_20201770000_04H_MN.rnx.gz',
+    'nav': 'ESBC00DNK_R_20201770000_02H_MN.rnx.gz',
 }
 
 

@@ -151,6 +151,8 @@ Options ParseOptions(int argc, char** argv)
             o.replaySpeed = pppio::parseNumber(option, value());
         else if (option == "--no-ssr")
             o.ssr = false;
+        else if (option == "--max-epochs")
+            o.maxEpochs = static_cast<long>(pppio::parseNumber(option, value(), 1.0, 1e9));
         else if (option == "--date")
             ParseDate(option, value(), o.date);
         else
@@ -227,6 +229,8 @@ tcp://HOST:PORT, or ntrip://[USER:PASS@]HOST:PORT/MOUNT):
                         times real time (default: 0)
   --nmea FILE           NMEA GGA line per solved epoch, - for standard
                         output (default: none)
+  --max-epochs N        stop after N epochs (default: at the end of the
+                        observation stream, or Ctrl-C for a live one)
   --date YYYY-MM-DD     the day of a recording older than April 2019, whose
                         GPS week the ephemerides cannot tell (default: from
                         the first GPS or BeiDou ephemeris, else the clock)

@@ -60,6 +60,7 @@ struct Options {
     std::string nmea;                 // NMEA GGA output file, "-" standard output; empty: none
     double replaySpeed = 0.0;         // recorded streams: 0 as fast as possible, else times real time
     bool ssr = true;                  // apply the SSR corrections of the stream
+    long maxEpochs = 0;               // streams: stop after this many epochs; 0 never
     int date[3] = {0, 0, 0};          // year, month, day of a recording; 0: from its ephemerides
     bool streaming() const { return !rtcm.empty(); }
 

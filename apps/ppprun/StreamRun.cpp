@@ -94,8 +94,9 @@ std::unique_ptr<ppprt::StreamSource> Open(const std::string& spec, const ppprt::
 
 // The date of a recording from its first ephemeris; the computer's clock
 // for live sources or recordings without one.
-tagGPSTIME2 StartTime(const Options& o, RunResult& result)
+tagGPSTIME2 StartTime(const Options& o, RunResult& result, bool& tentative)
 {
+    tentative = false;
     if (o.date[0] != 0)
         return pppio::gpsTimeFromCalendar(o.date[0], o.date[1], o.date[2], 12, 0, 0.0);
     for (const std::string* spec : {&o.rtcmCorr, &o.rtcm}) {
@@ -113,7 +114,20 @@ tagGPSTIME2 StartTime(const Options& o, RunResult& result)
     if (IsFileSpec(o.rtcm))
         result.notes.push_back("no GPS or BeiDou ephemeris in the recording's first 4 MB: its week is taken "
                                "from the computer's clock");
+    tentative = true;   // a recording served by a caster corrects it with its first ephemeris
     return now;
+}
+
+// "2026-02-06 20:14:09" (GPS time).
+std::string TimeText(const tagGPSTIME2& t)
+{
+    tagGPSTIME2 copy = t;
+    tagCOMMONTIME c;
+    CGNSSTimeConvert().GPSTime2ToCommonTime(&copy, &c);
+    char text[32];
+    std::snprintf(text, sizeof(text), "%04d-%02d-%02d %02d:%02d:%02.0f", c.year, c.month, c.day, c.hour, c.minute,
+                  c.second);
+    return text;
 }
 
 double Percentile(std::vector<double>& values, double fraction)
@@ -194,7 +208,9 @@ StreamRunner::StreamRunner(const Options& o, RunResult& result)
     if (!o.rtcmCorr.empty())
         m_corr.reset(new ppprt::RtcmFeed(Open(o.rtcmCorr, SourceSettings(o))));
     m_replayCorrections = m_corr && IsFileSpec(o.rtcmCorr);
-    m_decoder.setReference(StartTime(o, result));
+    bool tentative = false;
+    const tagGPSTIME2 start = StartTime(o, result, tentative);
+    m_decoder.setReference(start, tentative);
 
     m_ssrStates.setBroadcastFallback(o.broadcastFallback);
     pppio::ProductSources sources = m_products.sources(o);
@@ -235,8 +251,10 @@ void StreamRunner::pumpCorrections(const tagGPSTIME2& upTo)
         }
         const ppprt::FeedStatus status = m_corr->next(frame, 0);
         if (status != ppprt::FeedStatus::kFrame) {
-            if (status == ppprt::FeedStatus::kError && !m_corrFailureNoted) {
-                m_result.notes.push_back("corrections " + m_corr->describe() + ": " + m_corr->message());
+            if (status != ppprt::FeedStatus::kWaiting && !m_corrFailureNoted) {
+                m_result.notes.push_back((status == ppprt::FeedStatus::kError ? "corrections: " + m_corr->message()
+                                                                               : std::string("the correction stream")) +
+                                         " ended before the observations at " + TimeText(upTo));
                 m_corrFailureNoted = true;
             }
             break;
@@ -350,21 +368,23 @@ void StreamRunner::process(const pppio::ObsEpoch& epoch, Clock::time_point arriv
 void StreamRunner::run()
 {
     ppprt::RtcmFrame frame;
-    while (!g_stopRequested) {
+    while (!g_stopRequested && !(m_o.maxEpochs > 0 && m_result.epochs >= m_o.maxEpochs)) {
         const ppprt::FeedStatus status = m_obs->next(frame, kObservationWaitMs);
         if (status == ppprt::FeedStatus::kWaiting) {
             pumpCorrections(m_decoder.reference());
             continue;
         }
         if (status != ppprt::FeedStatus::kFrame) {
+            if (status == ppprt::FeedStatus::kError && m_result.epochs == 0 && !m_haveFirst)
+                throw InputError(m_obs->message());   // refused or unreachable: nothing to keep
             if (status == ppprt::FeedStatus::kError)
-                m_result.notes.push_back("observations " + m_obs->describe() + ": " + m_obs->message());
+                m_result.notes.push_back("observations: " + m_obs->message());
             break;
         }
         if (m_decoder.handle(frame) == ppprt::FrameKind::kEpochComplete)
             onEpoch(m_builder.epoch(), Clock::now());
     }
-    if (m_obs->framer().pending() > 0)
+    if (m_obs->ended() && m_obs->framer().pending() > 0)
         m_result.notes.push_back("the observation stream ends inside a frame (" +
                                  std::to_string(m_obs->framer().pending()) + " bytes dropped)");
     if (m_builder.flush())
@@ -408,7 +428,7 @@ void StreamRunner::finish()
 RunResult RunStream(const Options& o)
 {
     const auto start = Clock::now();
-    RunResult result = StartRun(o, o.rtcm);
+    RunResult result = StartRun(o, ppprt::withoutPassword(o.rtcm));
     {
         const StopOnSignal stopOnSignal;
         StreamRunner runner(o, result);

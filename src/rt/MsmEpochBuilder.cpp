@@ -76,6 +76,9 @@ bool MsmEpochBuilder::add(const MsmMessage& msg)
     ++m_counts.messages;
     if (msmSystemIndex(msg.system) < 0)
         return false;
+    const bool haveTime = m_collecting || m_counts.epochs > 0;
+    if (haveTime && pppio::secondsBetween(m_collecting ? m_building.gpsTime : m_done.gpsTime, msg.time) > kRestartJump)
+        restart();
     bool completed = false;
     if (m_collecting) {
         const double dt = pppio::secondsBetween(msg.time, m_building.gpsTime);
@@ -87,7 +90,7 @@ bool MsmEpochBuilder::add(const MsmMessage& msg)
             complete();
             completed = true;
         }
-    } else if (m_counts.epochs > 0 && pppio::secondsBetween(msg.time, m_done.gpsTime) <= kSameTime) {
+    } else if (m_done.gpsTime.week != 0 && pppio::secondsBetween(msg.time, m_done.gpsTime) <= kSameTime) {
         ++m_counts.lateMessages;
         return false;
     }
@@ -111,6 +114,17 @@ bool MsmEpochBuilder::flush()
         return false;
     complete();
     return true;
+}
+
+void MsmEpochBuilder::restart()
+{
+    ++m_counts.restarts;
+    m_collecting = false;
+    m_buildingComplete = false;
+    m_haveOrigin = false;
+    m_done.gpsTime = tagGPSTIME2{0, 0.0};
+    for (SignalState& state : m_signals)
+        state = SignalState();
 }
 
 void MsmEpochBuilder::startEpoch(const MsmMessage& msg)

@@ -37,11 +37,15 @@ struct MsmBuilderCounts {
     long messages = 0;
     long lateMessages = 0;      // older than the epoch being collected: dropped
     long noWavelength = 0;      // phases left out for an unknown carrier (GLONASS channel)
+    long restarts = 0;          // jumps back by more than kRestartJump: the stream started over
 };
 
 class MsmEpochBuilder {
 public:
     static constexpr double kMaxGap = 60.0;   // s: a signal back after longer restarts its lock
+    // A message this much older than the epochs so far starts the builder
+    // over (a week first guessed wrong, a recording played again).
+    static constexpr double kRestartJump = 86400.0;
 
     MsmEpochBuilder();
 
@@ -68,6 +72,7 @@ private:
         bool seen = false;
     };
 
+    void restart();
     void startEpoch(const MsmMessage& msg);
     void addMessage(const MsmMessage& msg);
     void complete();

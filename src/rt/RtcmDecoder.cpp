@@ -20,6 +20,7 @@ namespace {
 
 constexpr double kBdtBehindGps = 14.0;   // s
 constexpr double kSameEpoch = 0.0005;    // s, below the 1 ms resolution of MSM epochs
+constexpr double kReseat = 86400.0;      // s
 
 bool IsEphemeris(int number)
 {
@@ -97,7 +98,11 @@ FrameKind RtcmDecoder::observation(const RtcmFrame& frame)
 FrameKind RtcmDecoder::ephemeris(const RtcmFrame& frame)
 {
     DecodedEphemeris& eph = m_buffers->ephemeris;
-    const EphemerisStatus status = decodeEphemeris(frame.payload, frame.length, m_reference, eph);
+    // GPS and BeiDou weeks need no reference but the current era: a
+    // tentative one must not overrule them.
+    const bool fullWeek = frame.type() == 1019 || frame.type() == 1042;
+    const tagGPSTIME2 reference = m_tentative && fullWeek ? tagGPSTIME2{0, 0.0} : m_reference;
+    const EphemerisStatus status = decodeEphemeris(frame.payload, frame.length, reference, eph);
     if (eph.weekInconsistent)
         skip(frame.type(), "week field inconsistent with the stream time, week corrected");
     if (status != EphemerisStatus::kOk)
@@ -108,8 +113,13 @@ FrameKind RtcmDecoder::ephemeris(const RtcmFrame& frame)
         m_epochs.setGlonassChannel(eph.prn, eph.glonass.frequencyChannel);
     } else {
         added = m_broadcast.addEphemeris(eph.kepler);
-        if (m_reference.week == 0)
+        if (m_reference.week == 0 ||
+            (m_tentative && fullWeek && std::fabs(pppio::secondsBetween(eph.kepler.toe, m_reference)) > kReseat)) {
+            if (m_reference.week != 0)
+                ++m_counts.skipped["stream time taken from its ephemerides, not the computer's clock"];
             m_reference = eph.kepler.toe;   // the first full time a stream gives
+            m_tentative = false;
+        }
     }
     if (added)
         ++m_counts.ephemeridesNew;

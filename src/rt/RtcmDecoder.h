@@ -62,7 +62,14 @@ public:
     const tagGPSTIME2& heldCorrectionTime() const { return m_message->header.time; }
     void applyHeldCorrection();
 
-    void setReference(const tagGPSTIME2& t) { m_reference = t; }
+    // A tentative reference (e.g. the computer's clock for a network source)
+    // gives way to the first GPS or BeiDou ephemeris more than a day from it:
+    // a recording served by a caster carries its own date.
+    void setReference(const tagGPSTIME2& t, bool tentative = false)
+    {
+        m_reference = t;
+        m_tentative = tentative;
+    }
     const tagGPSTIME2& reference() const { return m_reference; }
 
     // The station as its 1005/1006/1007/1008/1033 messages describe it.
@@ -88,6 +95,7 @@ private:
     bool m_hold = false;
     bool m_held = false;
     tagGPSTIME2 m_reference{0, 0.0};
+    bool m_tentative = false;
     tagGPSTIME2 m_lastOtherMsm{0, 0.0};   // epoch of the latest MSM of a system other than BeiDou
     StationInfo m_station;
     StreamCounts m_counts;

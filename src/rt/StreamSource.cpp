@@ -124,4 +124,20 @@ std::unique_ptr<StreamSource> openSource(const std::string& spec, const SourceOp
     return std::make_unique<FileSource>(s.path);
 }
 
+std::string withoutPassword(const std::string& spec)
+{
+    const size_t scheme = spec.find("://");
+    if (scheme == std::string::npos || spec.compare(0, 5, "ntrip") != 0)
+        return spec;
+    const size_t start = scheme + 3;
+    const size_t at = spec.find('@', start);
+    const size_t slash = spec.find('/', start);
+    if (at == std::string::npos || (slash != std::string::npos && at > slash))
+        return spec;
+    const size_t colon = spec.find(':', start);
+    if (colon == std::string::npos || colon > at)
+        return spec;
+    return spec.substr(0, colon) + spec.substr(at);
+}
+
 }  // namespace ppprt
