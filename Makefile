@@ -7,7 +7,7 @@ BUILD_ARM   ?= build-arm
 ARM_SYSROOT ?= $(CURDIR)/.deps/armhf
 CMAKE_FLAGS ?=
 
-.PHONY: all test test-asan test-arm compare-platforms bench demo demo-ar fuzz clean arm-deps
+.PHONY: all test test-asan test-arm compare-platforms bench demo demo-ar demo-rt fuzz clean arm-deps
 
 all:
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release $(CMAKE_FLAGS)
@@ -52,6 +52,9 @@ demo: all
 # Ambiguity resolution on a small simulated network from the bundled sample.
 demo-ar: all
 	tools/demo_ar.sh $(BUILD)
+
+demo-rt: all
+	tools/demo_rt.sh $(BUILD)
 
 # Damaged copies of the sample inputs against the sanitizer build.
 fuzz:

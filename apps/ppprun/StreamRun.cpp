@@ -183,7 +183,8 @@ private:
     std::unique_ptr<ppprt::RtcmFeed> m_obs;
     std::unique_ptr<ppprt::RtcmFeed> m_corr;
     bool m_replayCorrections;
-    bool m_corrFailureNoted = false;
+    bool m_corrEnded = false;            // the correction stream ended (or gave up)
+    tagGPSTIME2 m_corrEndedAt{0, 0.0};   // at the observation epoch being processed then
     pppio::SiteReport m_siteReport;
     tagSITE m_site{};
     std::unique_ptr<SiteRun> m_run;
@@ -251,11 +252,11 @@ void StreamRunner::pumpCorrections(const tagGPSTIME2& upTo)
         }
         const ppprt::FeedStatus status = m_corr->next(frame, 0);
         if (status != ppprt::FeedStatus::kFrame) {
-            if (status != ppprt::FeedStatus::kWaiting && !m_corrFailureNoted) {
-                m_result.notes.push_back((status == ppprt::FeedStatus::kError ? "corrections: " + m_corr->message()
-                                                                               : std::string("the correction stream")) +
-                                         " ended before the observations at " + TimeText(upTo));
-                m_corrFailureNoted = true;
+            if (status != ppprt::FeedStatus::kWaiting && !m_corrEnded) {
+                m_corrEnded = true;
+                m_corrEndedAt = upTo;
+                if (status == ppprt::FeedStatus::kError)
+                    m_result.notes.push_back("corrections: " + m_corr->message());
             }
             break;
         }
@@ -416,6 +417,9 @@ void StreamRunner::finish()
         s.latencyP99Ms = Percentile(m_latencies, 0.99);
         s.latencyMedianMs = Percentile(m_latencies, 0.5);
     }
+    if (m_corrEnded && pppio::secondsBetween(m_lastTime, m_corrEndedAt) > 0.0)
+        m_result.notes.push_back("the correction stream ended at the epoch of " + TimeText(m_corrEndedAt) +
+                                 ", before the observations");
     if (m_useSsr && m_ssr.counts().messages == 0)
         m_result.notes.push_back("the streams carry no SSR corrections: broadcast orbits and clocks are used");
     if (m_run)
