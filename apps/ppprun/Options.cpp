@@ -34,6 +34,8 @@ int ParseMode(const std::string& text)
         return 3;
     if (text == "ar")
         return 4;
+    if (text == "ppprtk")
+        return 7;
     const double mode = pppio::parseNumber("--mode", text);
     if (mode != static_cast<int>(mode) || mode < 0 || mode > 99)
         throw UsageError("option --mode expects spp, ppp, upd-export, ar or a mode number, not '" + text + "'");
@@ -155,6 +157,14 @@ Options ParseOptions(int argc, char** argv)
             o.maxEpochs = static_cast<long>(pppio::parseNumber(option, value(), 1.0, 1e9));
         else if (option == "--date")
             ParseDate(option, value(), o.date);
+        else if (option == "--aug-obs")
+            o.augObs = value();
+        else if (option == "--aug-rtcm")
+            o.augRtcm = value();
+        else if (option == "--aug-ref-xyz") {
+            ParseTriple(option, value(), o.augRef);
+            o.hasAugRef = true;
+        }
         else
             throw UsageError("unknown option '" + option + "' (see --help)");
     }
@@ -187,6 +197,14 @@ Options ParseOptions(int argc, char** argv)
         throw UsageError("mode upd-export writes the float ambiguities: give --export FILE or --out DIR");
     if (!(o.ratio >= 1.0 && o.ratio <= 999.0))
         throw UsageError("option --ratio expects a threshold from 1 to 999");
+    if (!o.augObs.empty() && !o.augRtcm.empty())
+        throw UsageError("give either --aug-obs FILE or --aug-rtcm SOURCE, not both");
+    if (o.mode == 7 && !o.augmented())
+        throw UsageError("mode ppprtk corrects with a reference station: give --aug-obs FILE or --aug-rtcm SOURCE");
+    if (o.augmented() && o.mode < 6)
+        throw UsageError("options --aug-obs and --aug-rtcm need mode 6, ppprtk (7) or 8 and above");
+    if (!o.augObs.empty() && !o.hasAugRef)
+        throw UsageError("option --aug-obs needs the reference position --aug-ref-xyz X,Y,Z");
     if (o.site.size() > 60)
         throw UsageError("option --site expects a short name");
     return o;
@@ -237,12 +255,21 @@ tcp://HOST:PORT, or ntrip://[USER:PASS@]HOST:PORT/MOUNT):
   Without --sp3 the orbits come from the stream: broadcast ephemerides
   with SSR corrections; in mode ar the SSR phase biases are the UPDs.
 
+Augmentation from a reference station (modes 6, ppprtk (7) and 8+):
+  --aug-obs FILE        the reference station's RINEX observation file
+  --aug-rtcm SOURCE     the reference station's RTCM 3 stream (MSM)
+  --aug-ref-xyz X,Y,Z   its antenna position in metres (required with
+                        --aug-obs; default with --aug-rtcm: its 1005/1006)
+  Mode ppprtk corrects the observations with them (corrections older than
+  10 s are not used) and solves from the corrected code.
+
 Processing:
   --mode M              spp (1), ppp float solution (2), upd-export (3:
                         float solution and the float ambiguities written
                         for UPD estimation), ar (4: ambiguity resolution
-                        with --upd or --bias), or a library mode number
-                        (default: ppp)
+                        with --upd or --bias), ppprtk (7: observations
+                        corrected from a reference station), or a library
+                        mode number (default: ppp)
   --dynamics D          static, kinematic or fixed (default: static)
   --systems LETTERS     satellite systems from G, R, E, C (default: GRE)
   --elev-mask DEG       elevation cut-off in degrees (default: 7)
@@ -300,6 +327,8 @@ std::string ModeName(int mode)
         return "upd-export";
     if (mode == 4)
         return "ar";
+    if (mode == 7)
+        return "ppprtk";
     return std::to_string(mode);
 }
 

@@ -64,6 +64,14 @@ struct Options {
     int date[3] = {0, 0, 0};          // year, month, day of a recording; 0: from its ephemerides
     bool streaming() const { return !rtcm.empty(); }
 
+    // Augmentation (modes 6, 7 and 8+): a reference station's observations
+    // turned into per-satellite corrections.
+    std::string augObs;               // its RINEX observation file
+    std::string augRtcm;              // its RTCM 3 stream
+    bool hasAugRef = false;           // its antenna position; else from the stream's 1005/1006
+    double augRef[3] = {0.0, 0.0, 0.0};
+    bool augmented() const { return !augObs.empty() || !augRtcm.empty(); }
+
     bool help = false;
 };
 

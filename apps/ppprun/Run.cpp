@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "Augmentation.h"
 #include "Progress.h"
 #include "RunSetup.h"
 #include "io/GpsTime.h"
@@ -101,6 +102,11 @@ RunResult Run(const Options& o)
     const pppio::CarrierFrequencies frequencies(header, o.nav.empty() ? nullptr : &products.broadcast);
     pppio::EpochAssembler assembler(header, frequencies, orbits, o.systems);
 
+    std::unique_ptr<Augmentation> augmentation;
+    if (o.augmented())
+        augmentation.reset(new Augmentation(o, orbits, products,
+                                            header.hasFirstObs ? GpsTime(header.firstObs) : tagGPSTIME2{0, 0.0}));
+
     Progress progress(ExpectedEpochs(header, interval), o.quiet);
     pppio::ObsEpoch in;
     tagGPSTIME2 lastTime{0, 0.0};
@@ -108,13 +114,18 @@ RunResult Run(const Options& o)
         if (!assembler.assemble(in, run.epoch(), run.orbit()))
             continue;
         lastTime = in.gpsTime;
-        run.process(in.gpsTime, run.ambiguities().upds(in.gpsTime, run.epoch()));
+        t_aug* corrections = augmentation ? augmentation->before(in.gpsTime, run.epoch()) : nullptr;
+        const int code = run.process(in.gpsTime, run.ambiguities().upds(in.gpsTime, run.epoch()), corrections);
+        if (augmentation)
+            augmentation->after(code);
         progress.update(result.epochs);
     }
     progress.finish(result.epochs);
 
     run.finish(lastTime);
     AddAssembly(o, assembler, result);
+    if (augmentation)
+        augmentation->report(result);
     for (const std::string& warning : reader.warnings())
         result.notes.push_back(warning);
     result.wallSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();

@@ -179,7 +179,7 @@ SiteRun::~SiteRun()
     delete m_smoothing;
 }
 
-int SiteRun::process(const tagGPSTIME2& t, t_upd* upds)
+int SiteRun::process(const tagGPSTIME2& t, t_upd* upds, t_aug* aug)
 {
     RunResult& r = m_result;
     if (r.epochs == 0)
@@ -188,7 +188,7 @@ int SiteRun::process(const tagGPSTIME2& t, t_upd* upds)
     m_station.epochIndex = static_cast<int32_t>(r.epochs);
     m_station.smooth = m_smoothing;
     const auto libraryStart = std::chrono::steady_clock::now();
-    const int code = m_library->pppos(&m_station, upds, nullptr);
+    const int code = m_library->pppos(&m_station, upds, aug);
     r.librarySeconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - libraryStart).count();
     const double sinceStart = pppio::secondsBetween(t, m_firstTime);
     m_ambiguities.afterEpoch(code, *m_solution, *m_library->process()->spp, sinceStart);

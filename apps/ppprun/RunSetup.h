@@ -65,9 +65,10 @@ public:
     const tagSPPONERESULT& solution() const { return *m_solution; }
     Ambiguities& ambiguities() { return m_ambiguities; }
 
-    // Hands the filled epoch at time t to the library with the UPDs (null:
-    // none) and books the result; returns the library's result code.
-    int process(const tagGPSTIME2& t, t_upd* upds);
+    // Hands the filled epoch at time t to the library with the UPDs and the
+    // augmentation corrections (null: none) and books the result; returns
+    // the library's result code.
+    int process(const tagGPSTIME2& t, t_upd* upds, t_aug* aug = nullptr);
     // The figures of the summary, at the end of the run.
     void finish(const tagGPSTIME2& lastTime);
 

@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "Augmentation.h"
 #include "Run.h"
 #include "RunSetup.h"
 #include "common/GNSSConst.h"
@@ -180,6 +181,7 @@ private:
     std::unique_ptr<pppio::OrbitRecordBuilder> m_orbits;
     std::unique_ptr<pppio::CarrierFrequencies> m_frequencies;
     std::unique_ptr<pppio::EpochAssembler> m_assembler;
+    std::unique_ptr<Augmentation> m_augmentation;
     std::unique_ptr<ppprt::RtcmFeed> m_obs;
     std::unique_ptr<ppprt::RtcmFeed> m_corr;
     bool m_replayCorrections;
@@ -222,6 +224,10 @@ StreamRunner::StreamRunner(const Options& o, RunResult& result)
     m_header.markerName = o.site.empty() ? "RTCM" : o.site;
     m_frequencies.reset(new pppio::CarrierFrequencies(m_header, &m_products.broadcast));
     m_assembler.reset(new pppio::EpochAssembler(m_header, *m_frequencies, *m_orbits, o.systems));
+    if (o.augmented())
+        m_augmentation.reset(new Augmentation(o, *m_orbits, m_products, m_decoder.reference()));
+    if (m_augmentation && m_useSsr)
+        m_augmentation->setCodeBiases(&m_biases, m_corrected);
 
     if (o.nmea == "-")
         m_nmea = stdout;
@@ -358,7 +364,10 @@ void StreamRunner::process(const pppio::ObsEpoch& epoch, Clock::time_point arriv
     }
     if (!m_arFromStream)
         upds = m_run->ambiguities().upds(t, m_run->epoch());
-    const int code = m_run->process(t, upds);
+    t_aug* corrections = m_augmentation ? m_augmentation->before(t, m_run->epoch()) : nullptr;
+    const int code = m_run->process(t, upds, corrections);
+    if (m_augmentation)
+        m_augmentation->after(code);
     m_latencies.push_back(std::chrono::duration<double, std::milli>(Clock::now() - arrival).count());
     m_lastTime = t;
     if (m_nmea && code >= 1)
@@ -425,6 +434,8 @@ void StreamRunner::finish()
     if (m_run)
         m_run->finish(m_lastTime);
     AddAssembly(m_o, *m_assembler, m_result);
+    if (m_augmentation)
+        m_augmentation->report(m_result);
 }
 
 }  // namespace

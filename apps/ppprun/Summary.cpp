@@ -112,6 +112,42 @@ void JsonStream(std::FILE* f, const StreamFigures& s)
         std::fprintf(f, "  \"latency_ms\": null,\n");
 }
 
+std::string AgeCounts(const AugFigures& a)
+{
+    std::string text;
+    for (int k = 0; k < 10; ++k)
+        if (a.ageCounts[k] > 0)
+            text += (text.empty() ? "" : ", ") + std::to_string(k) + " s " + std::to_string(a.ageCounts[k]);
+    return text.empty() ? "none" : text;
+}
+
+void PrintAug(std::FILE* out, const AugFigures& a)
+{
+    std::fprintf(out, "  reference         %s: %ld epochs, %ld satellite-epochs corrected, %.3f ms per epoch\n",
+                 a.source.c_str(), a.referenceEpochs, a.correctionsMade,
+                 a.referenceEpochs > 0 ? 1000.0 * a.generatorSeconds / static_cast<double>(a.referenceEpochs) : 0.0);
+    std::fprintf(out, "  corrected         %.2f satellites per epoch; %ld satellite-epochs dropped for age "
+                      "(10 s), %ld without a correction\n",
+                 a.userEpochs > 0 ? static_cast<double>(a.correctedSatellites) / static_cast<double>(a.userEpochs)
+                                  : 0.0,
+                 a.droppedForAge, a.missing);
+    std::fprintf(out, "  correction age    %s\n", AgeCounts(a).c_str());
+    std::fprintf(out, "  too few corrected %ld epochs failed\n", a.tooFewEpochs);
+}
+
+void JsonAug(std::FILE* f, const AugFigures& a)
+{
+    std::fprintf(f, "  \"aug_reference_epochs\": %ld,\n  \"aug_user_epochs\": %ld,\n", a.referenceEpochs,
+                 a.userEpochs);
+    std::fprintf(f, "  \"aug_corrected_satellite_epochs\": %ld,\n  \"aug_dropped_for_age\": %ld,\n",
+                 a.correctedSatellites, a.droppedForAge);
+    std::fprintf(f, "  \"aug_missing\": %ld,\n  \"aug_too_few_epochs\": %ld,\n", a.missing, a.tooFewEpochs);
+    std::fprintf(f, "  \"aug_age_counts\": [");
+    for (int k = 0; k < 10; ++k)
+        std::fprintf(f, "%s%ld", k ? ", " : "", a.ageCounts[k]);
+    std::fprintf(f, "],\n  \"aug_generator_s\": %.4f,\n", a.generatorSeconds);
+}
+
 }  // namespace
 
 void PrintSummary(std::FILE* out, const RunResult& r)
@@ -174,6 +210,8 @@ void PrintSummary(std::FILE* out, const RunResult& r)
     }
     if (r.stream.active)
         PrintStream(out, r.stream);
+    if (r.aug.active)
+        PrintAug(out, r.aug);
     std::fprintf(out, "  wall time         %.2f s\n", r.wallSeconds);
     if (r.epochs > 0)
         std::fprintf(out, "  library time      %.2f s, %.3f ms per epoch\n", r.librarySeconds,
@@ -241,6 +279,8 @@ bool WriteJsonSummary(const std::string& path, const RunResult& r)
     }
     if (r.stream.active)
         JsonStream(f, r.stream);
+    if (r.aug.active)
+        JsonAug(f, r.aug);
     std::fprintf(f, "  \"wall_s\": %.3f,\n", r.wallSeconds);
     std::fprintf(f, "  \"library_s\": %.3f\n", r.librarySeconds);
     std::fprintf(f, "}\n");

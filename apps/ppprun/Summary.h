@@ -43,6 +43,22 @@ struct StreamFigures {
     double latencyMedianMs = 0.0, latencyP99Ms = 0.0, latencyMaxMs = 0.0;
 };
 
+// The reference station of the augmented modes and its corrections.
+struct AugFigures {
+    bool active = false;
+    std::string source;
+    long referenceEpochs = 0;          // reference epochs read up to the user's last epoch
+    long withoutPosition = 0;          // of them, before the stream gave its position
+    long correctionsMade = 0;          // satellite-epochs corrected at the reference
+    long userEpochs = 0;
+    long correctedSatellites = 0;      // user satellite-epochs with a correction younger than 10 s
+    long droppedForAge = 0;            // user satellite-epochs whose correction was 10 s old or older
+    long missing = 0;                  // user satellite-epochs the reference never corrected
+    long tooFewEpochs = 0;             // epochs given up for too few corrected satellites
+    long ageCounts[10] = {};           // corrections used by whole seconds of age
+    double generatorSeconds = 0.0;
+};
+
 struct RunResult {
     std::string obsFile;
     std::string site;
@@ -68,6 +84,7 @@ struct RunResult {
     double librarySeconds = 0.0;   // inside the library's per-epoch call
     ArFigures ar;
     StreamFigures stream;
+    AugFigures aug;
 };
 
 // "G04 240, R10 12": satellites with a count, in packed order.
