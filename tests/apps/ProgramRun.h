@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -54,6 +55,13 @@ inline int LineCount(const std::string& text)
     for (char c : text)
         lines += c == '\n' ? 1 : 0;
     return lines;
+}
+
+// The number of a JSON value "key": v; NaN when the key is missing.
+inline double JsonNumber(const std::string& json, const std::string& key)
+{
+    const size_t at = json.find("\"" + key + "\": ");
+    return at == std::string::npos ? NAN : std::strtod(json.c_str() + at + key.size() + 4, nullptr);
 }
 
 // The numbers of a JSON array value "key": [a, b, c].

@@ -1,6 +1,7 @@
 // The ppprun program run as a user runs it: options and exit codes, the
 // single point solution of the bundled sample against the station's
-// reference coordinates, broken and cut observation files, the JSON summary.
+// reference coordinates, broken and cut observation files, the JSON summary,
+// and mode ppprtk with the sample as its own reference station.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -10,6 +11,8 @@
 #include <vector>
 
 #include "apps/ProgramRun.h"
+#include "common/GNSSConst.h"
+#include "common/GNSSCoordConvert.h"
 #include "io/AmbiguityExport.h"
 
 namespace {
@@ -20,12 +23,14 @@ const std::string kProducts = " --sp3 " + kSample + "GRG0MGXFIN_20201760000_01D_
                               "GRG0MGXFIN_20201770000_01D_15M_ORB.SP3.gz --clk " + kSample +
                               "GRG0MGXFIN_20201770000_02H_30S_CLK.CLK.gz --atx " + kSample +
                               "ESBC_receiver_antenna.atx";
+const double kReferenceXyz[3] = {3582104.766, 532590.178, 5232755.139};
 const std::string kReference = " --ref 3582104.766,532590.178,5232755.139";
 
 using program_test::Outcome;
 using program_test::Scratch;
 using testfiles::readText;
 using program_test::JsonArray;
+using program_test::JsonNumber;
 using program_test::LineCount;
 
 Outcome RunProgram(const std::string& arguments)
@@ -192,6 +197,78 @@ TEST(PpprunSample, TruncatedFileEndsCleanly)
     EXPECT_NE(r.out.find("epochs read       30\n"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("result codes      1: 30"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("note"), std::string::npos) << r.out;
+}
+
+// Mode ppprtk with the sample as its own reference station (zero baseline):
+// the corrected code of every epoch gives the reference position. A
+// reference position 1 m north of the truth moves the user's by that vector.
+TEST(PpprunPpprtk, ZeroBaselineSolvesEveryEpochAndAWrongReferenceMovesTheUser)
+{
+    tagCRDCARTESIAN xyz{kReferenceXyz[0], kReferenceXyz[1], kReferenceXyz[2]};
+    tagCRDGEODETIC blh;
+    CGNSSCoordConvert().CartesianToGeodetic(&xyz, &blh, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
+    const double north[3] = {-std::sin(blh.lat) * std::cos(blh.lon), -std::sin(blh.lat) * std::sin(blh.lon),
+                             std::cos(blh.lat)};
+    const struct {
+        double shiftNorth;   // m, of --aug-ref-xyz
+        double tolerance;    // m, per N/E/U component
+    } cases[] = {{0.0, 0.001}, {1.0, 0.005}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.shiftNorth);
+        char ref[96];
+        std::snprintf(ref, sizeof(ref), "%.4f,%.4f,%.4f", kReferenceXyz[0] + c.shiftNorth * north[0],
+                      kReferenceXyz[1] + c.shiftNorth * north[1], kReferenceXyz[2] + c.shiftNorth * north[2]);
+        const std::string json = Scratch("ppprtk_zero_baseline.json");
+        std::remove(json.c_str());
+        const Outcome r = RunProgram("--obs " + kObs + kProducts + kReference + " --mode ppprtk --systems GE --aug-obs " +
+                                     kObs + " --aug-ref-xyz " + ref + " --quiet --summary " + json);
+        ASSERT_EQ(r.exitCode, 0) << r.err;
+        const std::string summary = readText(json);
+        EXPECT_NE(summary.find("\"result_codes\": {\"6\": 240}"), std::string::npos) << summary;
+        EXPECT_EQ(JsonNumber(summary, "aug_reference_epochs"), 240);
+        EXPECT_EQ(JsonNumber(summary, "aug_user_epochs"), 240);
+        EXPECT_GE(JsonNumber(summary, "aug_corrected_satellite_epochs"), 240 * 8);
+        EXPECT_EQ(JsonNumber(summary, "aug_dropped_for_age"), 0);
+        EXPECT_EQ(JsonNumber(summary, "aug_too_few_epochs"), 0);
+        EXPECT_EQ(JsonArray(summary, "aug_age_counts").size(), 10u);
+        EXPECT_GE(JsonNumber(summary, "aug_generator_s"), 0.0);
+        const std::vector<double> rms = JsonArray(summary, "rms_neu_error_m"),
+                                  last = JsonArray(summary, "final_neu_error_m");
+        ASSERT_EQ(rms.size(), 3u);
+        ASSERT_EQ(last.size(), 3u);
+        EXPECT_NEAR(rms[0], c.shiftNorth, c.tolerance);
+        EXPECT_NEAR(last[0], c.shiftNorth, c.tolerance);
+        for (int k = 1; k < 3; ++k) {
+            EXPECT_NEAR(rms[k], 0.0, c.tolerance) << k;
+            EXPECT_NEAR(last[k], 0.0, c.tolerance) << k;
+        }
+    }
+}
+
+// A reference whose epochs fall 15 s after the user's: each user epoch finds
+// only corrections 15 s old, which the library drops, so every epoch fails
+// for too few corrected satellites; the run still ends normally.
+TEST(PpprunPpprtk, ReferenceEpochsOutOfStepAreAllTooOld)
+{
+    std::vector<std::string> lines = testfiles::readLines(kObs);
+    for (size_t i : EpochStarts(lines)) {
+        ASSERT_EQ(lines[i].compare(20, 1, "0"), 0) << lines[i];   // 00 or 30 seconds
+        lines[i][19] = lines[i][19] == '0' ? '1' : '4';
+        lines[i][20] = '5';
+    }
+    const std::string shifted = Scratch("shifted_reference.rnx");
+    testfiles::writeLines(shifted, lines);
+    const std::string json = Scratch("ppprtk_shifted.json");
+    std::remove(json.c_str());
+    const Outcome r = RunProgram("--obs " + kObs + kProducts + " --mode ppprtk --systems GE --aug-obs " + shifted +
+                                 " --aug-ref-xyz 3582104.766,532590.178,5232755.139 --quiet --summary " + json);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_NE(r.out.find("too few corrected 240 epochs failed"), std::string::npos) << r.out;
+    const std::string summary = readText(json);
+    EXPECT_NE(summary.find("\"result_codes\": {\"0\": 240}"), std::string::npos) << summary;
+    EXPECT_EQ(JsonNumber(summary, "aug_too_few_epochs"), 240);
+    EXPECT_GE(JsonNumber(summary, "aug_dropped_for_age"), 239 * 8);
+    EXPECT_EQ(JsonNumber(summary, "aug_corrected_satellite_epochs"), 0);
 }
 
 }  // namespace

@@ -23,6 +23,7 @@
 namespace {
 
 using program_test::JsonArray;
+using program_test::JsonNumber;
 using program_test::LineCount;
 using program_test::Outcome;
 using program_test::Scratch;
@@ -55,12 +56,6 @@ std::vector<size_t> FrameStarts(const std::vector<uint8_t>& bytes)
     for (size_t at = 0; at + 3 <= bytes.size(); at += (((bytes[at + 1] & 3u) << 8) | bytes[at + 2]) + 6u)
         starts.push_back(at);
     return starts;
-}
-
-double JsonNumber(const std::string& json, const std::string& key)
-{
-    const size_t at = json.find("\"" + key + "\": ");
-    return at == std::string::npos ? NAN : std::strtod(json.c_str() + at + key.size() + 4, nullptr);
 }
 
 class PpprunStream : public testing::Test {
