@@ -1,6 +1,7 @@
 #include "Network.h"
 
 #include <cmath>
+#include <cstdio>
 
 #include "common/GNSSConst.h"
 #include "common/GNSSCoordConvert.h"
@@ -35,9 +36,19 @@ Site MakeSite(const SiteDefinition& d, Role role)
     return site;
 }
 
+// A user `km` kilometres east of `from` on its parallel at its height, whose
+// radius is (N + h) cos(lat) with N the ellipsoid's prime vertical radius.
+SiteDefinition EastOf(const SiteDefinition& from, int km, char* name)
+{
+    const double lat = from.latDeg * _PI / 180.0, s = std::sin(lat);
+    const double parallelRadius = (_WGS84_ELLIPSE_A / std::sqrt(1.0 - _WGS84_ELLIPSE_E2 * s * s) + from.height) * std::cos(lat);
+    std::snprintf(name, 5, "B%03d", km);
+    return {name, from.latDeg, from.lonDeg + km * 1000.0 / parallelRadius * 180.0 / _PI, from.height};
+}
+
 }  // namespace
 
-std::vector<Site> BuildNetwork(int stations, int rovers, bool kinematic)
+std::vector<Site> BuildNetwork(int stations, int rovers, bool kinematic, const std::vector<int>& baselinesKm)
 {
     std::vector<Site> sites;
     for (int k = 0; k < stations && k < 12; ++k)
@@ -46,6 +57,10 @@ std::vector<Site> BuildNetwork(int stations, int rovers, bool kinematic)
         sites.push_back(MakeSite(kRovers[k], Role::kRover));
     if (kinematic)
         sites.push_back(MakeSite(kKinematic, Role::kKinematic));
+    for (int km : baselinesKm) {
+        char name[8];
+        sites.push_back(MakeSite(EastOf(kStations[0], km, name), Role::kRover));
+    }
     return sites;
 }
 

@@ -25,6 +25,13 @@ Options ParseOptions(int argc, char** argv)
             o.rovers = pppio::parseCount(option, value(), 0, 2);
         else if (option == "--kinematic")
             o.kinematic = true;
+        else if (option == "--baseline") {
+            const int km = pppio::parseCount(option, value(), 1, 999);
+            for (int earlier : o.baselinesKm)
+                if (earlier == km)
+                    throw UsageError("option --baseline " + std::to_string(km) + " is given twice");
+            o.baselinesKm.push_back(km);
+        }
         else if (option == "--start") {
             o.start = value();
             o.hasStart = true;
@@ -75,6 +82,8 @@ std::string HelpText()
            "  --stations N          reference stations of the built-in network, 1-12 (default: 10)\n"
            "  --rovers N            static rovers inside the network, 0-2 (default: 2)\n"
            "  --kinematic           also a rover KIN1 moving on a 100 m circle (default: off)\n"
+           "  --baseline KM         also a static rover BKKK (B010 for 10) KM km (1-999) east of S001 at its\n"
+           "                        height, for baselines of known length; repeatable (default: none)\n"
            "  --start TIME          first epoch YYYY-MM-DDTHH:MM:SS, GPS time (default: the first clock epoch)\n"
            "  --hours H             time span in hours (default: 24)\n"
            "  --interval S          observation interval in seconds (default: 30)\n"

@@ -18,6 +18,7 @@ struct Options {
     int stations = 10;                // reference stations of the built-in network (1-12)
     int rovers = 2;                   // static rovers inside the network (0-2)
     bool kinematic = false;           // also a rover moving on a circle
+    std::vector<int> baselinesKm;     // static rovers that far east of the first station
     bool hasStart = false;            // start given; else the first clock epoch
     std::string start;                // YYYY-MM-DDTHH:MM:SS, GPS time
     double hours = 24.0;              // time span

@@ -128,7 +128,7 @@ Simulator::Simulator(const Options& options, const pppio::PreciseOrbit& orbit, c
       m_start(start),
       m_epochs(static_cast<long>(std::floor(options.hours * 3600.0 / options.interval + 1e-9))),
       m_header(SimulatedHeader(options.systems)),
-      m_sites(BuildNetwork(options.stations, options.rovers, options.kinematic))
+      m_sites(BuildNetwork(options.stations, options.rovers, options.kinematic, options.baselinesKm))
 {
     const pppio::CarrierFrequencies frequencies(m_header, nullptr);
     for (char system : options.systems) {

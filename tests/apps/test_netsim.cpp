@@ -1,7 +1,8 @@
 // netsim run as a user runs it on the bundled sample products: the files read
 // back, the satellites above the mask are those an independent geometry
 // expects, the ionosphere-free code agrees with an independent range, and the
-// single-difference wide lane minus the truth UPDs is an integer.
+// single-difference wide lane minus the truth UPDs is an integer; a user
+// placed at a chosen distance.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -43,7 +44,7 @@ const Simulation& Simulated()
         sim->dir = program_test::Scratch("netsim_out");
         sim->outcome = program_test::RunProgram(
             "netsim", "--sp3 " + kSp3Before + " --sp3 " + kSp3 + " --clk " + kClk + " --out " + sim->dir +
-                          " --stations 2 --rovers 0 --hours 0.5 --code-sigma 0.01 --phase-sigma 0.001 --slips 0"
+                          " --stations 2 --rovers 0 --baseline 12 --hours 0.5 --code-sigma 0.01 --phase-sigma 0.001 --slips 0"
                           " --gaps 0 --seed 7");
         sim->orbit.load(kSp3Before);
         sim->orbit.load(kSp3);
@@ -112,7 +113,12 @@ TEST(Netsim, FilesReadBackWithTheSatellitesAboveTheMask)
 {
     const Simulation& sim = Simulated();
     ASSERT_EQ(sim.outcome.exitCode, 0) << sim.outcome.err;
-    ASSERT_EQ(sim.sites.size(), 2u);
+    ASSERT_EQ(sim.sites.size(), 3u);
+    // --baseline 12: 12 km east of S001 on its parallel at its height, so at its Z.
+    const std::array<double, 3>&s1 = sim.sites.at("S001"), &user = sim.sites.at("B012");
+    EXPECT_NEAR(std::hypot(user[0] - s1[0], user[1] - s1[1], user[2] - s1[2]), 12000.0, 0.01);
+    EXPECT_NEAR(user[2], s1[2], 0.01);
+    EXPECT_GT(user[1], s1[1]);
     pppio::RinexObsReader reader(sim.dir + "/S001.rnx");
     EXPECT_EQ(reader.header().markerName, "S001");
     int channel = 0;
