@@ -3,7 +3,10 @@
 against reference coordinates: mean, RMS and 95th percentile of the
 horizontal error over all epochs or from a given second of the file on.
 
-Usage: pos_neu.py FILE X,Y,Z [--from SECONDS] [--label TEXT]"""
+The file's X/Y/Z columns are the position minus the site's a-priori
+coordinates (absolute without them): give those with --apriori.
+
+Usage: pos_neu.py FILE X,Y,Z [--apriori X,Y,Z] [--from SECONDS] [--label TEXT]"""
 import math
 import sys
 
@@ -32,6 +35,8 @@ def main():
     path, ref = sys.argv[1], [float(v) for v in sys.argv[2].split(",")]
     start = float(sys.argv[sys.argv.index("--from") + 1]) if "--from" in sys.argv else 0.0
     label = sys.argv[sys.argv.index("--label") + 1] if "--label" in sys.argv else path
+    apriori = ([float(v) for v in sys.argv[sys.argv.index("--apriori") + 1].split(",")]
+               if "--apriori" in sys.argv else [0.0, 0.0, 0.0])
     lat, lon = geodetic(*ref)
     rows, first = [], None
     for line in open(path):
@@ -40,7 +45,7 @@ def main():
             continue
         t = float(f[7])
         first = t if first is None else first
-        xyz = [float(v) for v in f[29:32]]
+        xyz = [float(f[29 + k]) + apriori[k] for k in range(3)]
         if t - first >= start:
             rows.append(neu([xyz[k] - ref[k] for k in range(3)], lat, lon))
     if not rows:
