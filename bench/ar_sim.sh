@@ -11,33 +11,11 @@
 # Usage: bench/ar_sim.sh   (BUILD=build, WORK=$BUILD/ar_sim, DATA=../shared/data)
 set -e
 root=$(cd "$(dirname "$0")/.." && pwd)
-build=${BUILD:-$root/build}
-work=${WORK:-$build/ar_sim}
-data=${DATA:-$root/../shared/data}
-bin=$build/bin
-for program in netsim ppprun updnet; do
-    [ -x "$bin/$program" ] || { echo "ar_sim: $bin/$program is not built (make)" >&2; exit 1; }
-done
-products="--sp3 $data/GRG0MGXFIN_20201760000_01D_15M_ORB.SP3.gz --sp3 $data/GRG0MGXFIN_20201770000_01D_15M_ORB.SP3.gz
-          --clk $data/GRG0MGXFIN_20201770000_01D_30S_CLK.CLK.gz"
-rm -rf "$work"
-mkdir -p "$work/export" "$work/runs"
-"$bin/netsim" $products --out "$work/net" --stations 10 --rovers 2 --hours 24 --seed 7 > "$work/netsim.log"
-
-# Site coordinates: the header's approximate position a-priori, the truth for the figures only.
-truth() { awk -v s="$1" '$1 == s { print $2 "," $3 "," $4 }' "$work/net/stations.txt"; }
-apriori() { awk '/APPROX POSITION XYZ/ { print $1 "," $2 "," $3; exit }' "$work/net/$1.rnx"; }
-run() {   # site, mode and further options
-    site=$1; shift
-    "$bin/ppprun" --obs "$work/net/$site.rnx" $products --no-sat-antenna --systems GRE \
-        --apriori "$(apriori "$site")" --ref "$(truth "$site")" --quiet "$@"
-}
-
-stations=$(awk '$5 == "station" { print $1 }' "$work/net/stations.txt")
-for s in $stations; do
-    run "$s" --mode upd-export --dynamics static --export "$work/export/$s.famb" > "$work/runs/$s.export.txt"
-done
-"$bin/updnet" --out "$work/network.upd" --truth "$work/net/truth.upd" "$work"/export/*.famb > "$work/updnet.txt"
+work=${WORK:-${BUILD:-$root/build}/ar_sim}
+bench=ar_sim
+. "$root/bench/sim_network.sh"
+simulate --stations 10 --rovers 2 --hours 24 --seed 7
+network_upds
 upd_line=$(grep '^UPD error' "$work/updnet.txt" | head -n 1)
 
 for source in truth network; do

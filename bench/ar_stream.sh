@@ -16,33 +16,18 @@
 # Usage: bench/ar_stream.sh   (BUILD=build, WORK=$BUILD/ar_stream, DATA=../shared/data, HOURS=24, STATIONS=10, PHASE=upd)
 set -e
 root=$(cd "$(dirname "$0")/.." && pwd)
-build=${BUILD:-$root/build}
-work=${WORK:-$build/ar_stream}
-data=${DATA:-$root/../shared/data}
-hours=${HOURS:-24}
-bin=$build/bin
-for program in netsim ppprun updnet rnx2rtcm; do
-    [ -x "$bin/$program" ] || { echo "ar_stream: $bin/$program is not built (make)" >&2; exit 1; }
-done
-products="--sp3 $data/GRG0MGXFIN_20201760000_01D_15M_ORB.SP3.gz --sp3 $data/GRG0MGXFIN_20201770000_01D_15M_ORB.SP3.gz
-          --clk $data/GRG0MGXFIN_20201770000_01D_30S_CLK.CLK.gz"
+work=${WORK:-${BUILD:-$root/build}/ar_stream}
+bench=ar_stream
+. "$root/bench/sim_network.sh"
+[ -x "$bin/rnx2rtcm" ] || { echo "ar_stream: $bin/rnx2rtcm is not built (make)" >&2; exit 1; }
 nav=$data/ESBC00DNK_R_20201770000_01D_MN.rnx.gz
-rm -rf "$work"
-mkdir -p "$work/export" "$work/runs" "$work/streams"
-"$bin/netsim" $products --out "$work/net" --stations "${STATIONS:-10}" --rovers 2 --hours "$hours" --seed 7 \
-    > "$work/netsim.log"
+simulate --stations "${STATIONS:-10}" --rovers 2 --hours "${HOURS:-24}" --seed 7
+mkdir -p "$work/streams"
+network_upds
 
-truth() { awk -v s="$1" '$1 == s { print $2 "," $3 "," $4 }' "$work/net/stations.txt"; }
-apriori() { awk '/APPROX POSITION XYZ/ { print $1 "," $2 "," $3; exit }' "$work/net/$1.rnx"; }
-common() {   # the options both runs of a site share
+common() {   # the options both runs of a rover share
     echo "--no-sat-antenna --systems GRE --apriori $(apriori "$1") --ref $(truth "$1") --quiet --site $1"
 }
-
-for s in $(awk '$5 == "station" { print $1 }' "$work/net/stations.txt"); do
-    "$bin/ppprun" --obs "$work/net/$s.rnx" $products $(common "$s") --mode upd-export --dynamics static \
-        --export "$work/export/$s.famb" > "$work/runs/$s.export.txt"
-done
-"$bin/updnet" --out "$work/network.upd" --truth "$work/net/truth.upd" "$work"/export/*.famb > "$work/updnet.txt"
 
 phase="--upd $work/network.upd"
 [ "${PHASE:-upd}" = bias ] && phase="--bias $work/net/truth.bia"

@@ -13,34 +13,13 @@
 # Usage: bench/ppprtk_sim.sh   (environment: HOURS=6, BUILD=build, WORK=$BUILD/ppprtk_sim, DATA=../shared/data)
 set -e
 root=$(cd "$(dirname "$0")/.." && pwd)
-build=${BUILD:-$root/build}
-work=${WORK:-$build/ppprtk_sim}
-data=${DATA:-$root/../shared/data}
+work=${WORK:-${BUILD:-$root/build}/ppprtk_sim}
+bench=ppprtk_sim
+. "$root/bench/sim_network.sh"
 hours=${HOURS:-6}
-bin=$build/bin
-for program in netsim ppprun updnet; do
-    [ -x "$bin/$program" ] || { echo "ppprtk_sim: $bin/$program is not built" >&2; exit 1; }
-done
-products="--sp3 $data/GRG0MGXFIN_20201760000_01D_15M_ORB.SP3.gz --sp3 $data/GRG0MGXFIN_20201770000_01D_15M_ORB.SP3.gz
-          --clk $data/GRG0MGXFIN_20201770000_01D_30S_CLK.CLK.gz"
 users="B010 B050 B100"
-rm -rf "$work"
-mkdir -p "$work/export" "$work/runs"
-"$bin/netsim" $products --out "$work/net" --stations 10 --rovers 0 --hours "$hours" --seed 7 \
-    $(for u in $users; do echo --baseline "${u#B}"; done) > "$work/netsim.log"
-
-truth() { awk -v s="$1" '$1 == s { print $2 "," $3 "," $4 }' "$work/net/stations.txt"; }
-apriori() { awk '/APPROX POSITION XYZ/ { print $1 "," $2 "," $3; exit }' "$work/net/$1.rnx"; }
-run() {   # site, mode and further options
-    site=$1; shift
-    "$bin/ppprun" --obs "$work/net/$site.rnx" $products --no-sat-antenna --systems GRE \
-        --apriori "$(apriori "$site")" --ref "$(truth "$site")" --quiet "$@"
-}
-
-for s in $(awk '$5 == "station" { print $1 }' "$work/net/stations.txt"); do
-    run "$s" --mode upd-export --dynamics static --export "$work/export/$s.famb" > "$work/runs/$s.export.txt"
-done
-"$bin/updnet" --out "$work/network.upd" --truth "$work/net/truth.upd" "$work"/export/*.famb > "$work/updnet.txt"
+simulate --stations 10 --rovers 0 --hours "$hours" --seed 7 $(for u in $users; do echo --baseline "${u#B}"; done)
+network_upds
 
 reference="--aug-obs $work/net/S001.rnx --aug-ref-xyz $(truth S001)"
 echo "| user (km from S001) | mode | solved | fixed | final N/E/U (m) | RMS 2nd half N/E/U (m) | all epochs: mean / RMS N/E/U, H95 (m) |"
