@@ -53,6 +53,21 @@ void ParseDate(const std::string& option, const std::string& text, int* date)
     date[0] = year, date[1] = month, date[2] = day;
 }
 
+// GPS time "YYYY-MM-DDTHH:MM:SS[.s]" (a space or '/' separators also read).
+tagGPSTIME2 ParseGpsTime(const std::string& option, const std::string& text)
+{
+    int year = 0, month = 0, day = 0, hour = 0, minute = 0, used = 0;
+    double second = 0.0;
+    std::string t = text;
+    for (char& c : t)
+        if (c == 'T' || c == '/' || c == ':' || c == '-')
+            c = ' ';
+    if (std::sscanf(t.c_str(), "%d %d %d %d %d %lf%n", &year, &month, &day, &hour, &minute, &second, &used) != 6 ||
+        used != static_cast<int>(t.size()) || year < 1980 || !pppio::validCalendar(year, month, day, hour, minute, second))
+        throw UsageError("option " + option + " expects GPS times YYYY-MM-DDTHH:MM:SS, not '" + text + "'");
+    return pppio::gpsTimeFromCalendar(year, month, day, hour, minute, second);
+}
+
 int ParseDynamics(const std::string& text)
 {
     if (text == "fixed")
@@ -75,6 +90,8 @@ Options ParseOptions(int argc, char** argv)
         auto value = [&args]() { return args.value(); };
         if (option == "--help" || option == "-h")
             o.help = true;
+        else if (option == "--version")
+            o.version = true;
         else if (option == "--obs")
             o.obs = value();
         else if (option == "--sp3")
@@ -109,6 +126,26 @@ Options ParseOptions(int argc, char** argv)
             o.site = value();
         else if (option == "--summary")
             o.summaryJson = value();
+        else if (option == "--pos")
+            o.posFile = value();
+        else if (option == "--pos-format") {
+            o.posFormat = value();
+            if (o.posFormat != "xyz" && o.posFormat != "llh" && o.posFormat != "enu")
+                throw UsageError("option --pos-format expects xyz, llh or enu, not '" + o.posFormat + "'");
+        } else if (option == "--plot") {
+            o.plotFile = value();
+            const size_t dot = o.plotFile.rfind('.');
+            const std::string ext = dot == std::string::npos ? "" : o.plotFile.substr(dot);
+            if (ext != ".svg" && ext != ".html")
+                throw UsageError("option --plot expects a file name ending in .svg or .html, not '" + o.plotFile + "'");
+        } else if (option == "--time-window") {
+            o.windowStart = ParseGpsTime(option, value());
+            o.windowEnd = ParseGpsTime(option, value());
+            o.hasWindow = true;
+            if (pppio::secondsBetween(o.windowEnd, o.windowStart) < 0.0)
+                throw UsageError("option --time-window expects START before END");
+        } else if (option == "--interval")
+            o.decimation = pppio::parseNumber(option, value(), 1e-3, 86400.0);
         else if (option == "--quiet")
             o.quiet = true;
         else if (option == "--weights")
@@ -168,7 +205,7 @@ Options ParseOptions(int argc, char** argv)
         else
             throw UsageError("unknown option '" + option + "' (see --help)");
     }
-    if (o.help)
+    if (o.help || o.version)
         return o;
     if (o.obs.empty() && !o.streaming())
         throw UsageError("no observations given (--obs FILE, or --rtcm SOURCE)");
@@ -205,9 +242,16 @@ Options ParseOptions(int argc, char** argv)
         throw UsageError("options --aug-obs and --aug-rtcm need mode 6, ppprtk (7) or 8 and above");
     if (!o.augObs.empty() && !o.hasAugRef)
         throw UsageError("option --aug-obs needs the reference position --aug-ref-xyz X,Y,Z");
+    if (o.streaming() && (o.hasWindow || o.decimation > 0.0))
+        throw UsageError("options --time-window and --interval are for files (--obs FILE)");
     if (o.site.size() > 60)
         throw UsageError("option --site expects a short name");
     return o;
+}
+
+std::string VersionText()
+{
+    return "ppprun " PPP_VERSION " (ppplib " PPP_VERSION ")\n";
 }
 
 std::string HelpText()
@@ -290,6 +334,11 @@ Processing:
   --no-rec-antenna      no receiver antenna correction (default: on in ppp)
   --no-sat-antenna      no satellite antenna correction (default: on in ppp)
   --reset-hours H       restart the filter every H hours, 0 never (default: 0)
+  --time-window START END
+                        files: process only the epochs from START to END,
+                        GPS times YYYY-MM-DDTHH:MM:SS (default: all)
+  --interval S          files: process only the epochs on whole multiples
+                        of S seconds of the GPS week (default: all)
 
 Ambiguity resolution (GPS wide lane and narrow lane):
   --upd FILE            satellite UPDs, ppplib UPD file (see README)
@@ -309,7 +358,20 @@ Output:
   --ref X,Y,Z           reference coordinates for the error figures of the
                         summary only, never used as a-priori (default: none)
   --summary FILE        write the summary as JSON as well (default: none)
+  --pos FILE            write the positions of the solved epochs in the
+                        .pos layout of common plotting tools: GPS time,
+                        position, Q (1 fixed, 2 float, 4 corrected code,
+                        5 single), satellites, standard deviations and
+                        covariances from the filter (default: none)
+  --pos-format F        xyz (ECEF), llh (degrees, ellipsoidal height) or
+                        enu (against --ref, else the first solution)
+                        (default: xyz)
+  --plot FILE           draw the run as FILE.svg or FILE.html: north, east,
+                        up against --ref (else the mean position) with the
+                        fixed/float state, satellites per system and the
+                        zenith total delay against time (default: none)
   --quiet               no progress on standard error (default: off)
+  --version             program and library version
   --help                this text
 
 Exit codes: 0 done; 2 bad options or an unreadable input file; 3 a

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "common/GNSSTimeConvert.h"
 #include "io/CommandLine.h"
 
 namespace ppprun {
@@ -30,6 +31,12 @@ struct Options {
     std::string outDir;               // result files; empty: none
     std::string site;                 // site name; empty: from the header
     std::string summaryJson;          // JSON summary file; empty: none
+    std::string posFile;              // positions in the common plotting layout; empty: none
+    std::string posFormat = "xyz";    // xyz, llh or enu
+    std::string plotFile;             // SVG or HTML picture of the run; empty: none
+    bool hasWindow = false;           // file runs: only epochs from windowStart to windowEnd (GPS time)
+    tagGPSTIME2 windowStart{0, 0.0}, windowEnd{0, 0.0};
+    double decimation = 0.0;          // file runs: only epochs on multiples of this many seconds; 0 all
     bool quiet = false;
 
     // Observation weights (t_conf.weight): relative phase weight and
@@ -73,6 +80,7 @@ struct Options {
     bool augmented() const { return !augObs.empty() || !augRtcm.empty(); }
 
     bool help = false;
+    bool version = false;
 };
 
 // Wrong options: the message is one line for the user.
@@ -80,6 +88,9 @@ using pppio::UsageError;
 
 // Parses argv; throws UsageError.
 Options ParseOptions(int argc, char** argv);
+
+// The --version text: program and library version.
+std::string VersionText();
 
 // The --help text.
 std::string HelpText();

@@ -2,6 +2,7 @@
 
 
 #include <chrono>
+#include <cmath>
 #include <cstring>
 #include <memory>
 #include <vector>
@@ -69,6 +70,19 @@ long ExpectedEpochs(const pppio::RinexObsHeader& header, double interval)
     return span >= 0.0 ? static_cast<long>(span / interval + 0.5) + 1 : 0;
 }
 
+// The --time-window and --interval selection of epochs.
+bool Selected(const Options& o, const tagGPSTIME2& t)
+{
+    if (o.hasWindow &&
+        (pppio::secondsBetween(t, o.windowStart) < -1e-3 || pppio::secondsBetween(t, o.windowEnd) > 1e-3))
+        return false;
+    if (o.decimation > 0.0) {
+        const double offset = std::fmod(t.sow, o.decimation);
+        return offset < 1e-3 || o.decimation - offset < 1e-3;
+    }
+    return true;
+}
+
 }  // namespace
 
 RunResult Run(const Options& o)
@@ -97,6 +111,13 @@ RunResult Run(const Options& o)
 
     const double interval = ObservationInterval(o.obs, header);
     SiteRun run(o, site, siteReport, interval, products, result);
+    {
+        const tagGPSTIME2 none{0, 0.0};
+        const tagGPSTIME2 start = o.hasWindow ? o.windowStart : header.hasFirstObs ? GpsTime(header.firstObs) : none;
+        const tagGPSTIME2 end = o.hasWindow ? o.windowEnd : header.hasLastObs ? GpsTime(header.lastObs) : none;
+        run.openOutputs(o.hasWindow || header.hasFirstObs ? &start : nullptr,
+                        o.hasWindow || header.hasLastObs ? &end : nullptr);
+    }
 
     pppio::OrbitRecordBuilder orbits(products.sources(o), o.satAntenna);
     const pppio::CarrierFrequencies frequencies(header, o.nav.empty() ? nullptr : &products.broadcast);
@@ -111,6 +132,8 @@ RunResult Run(const Options& o)
     pppio::ObsEpoch in;
     tagGPSTIME2 lastTime{0, 0.0};
     while (reader.next(in)) {
+        if (!in.isEvent() && !Selected(o, in.gpsTime))
+            continue;
         if (!assembler.assemble(in, run.epoch(), run.orbit()))
             continue;
         lastTime = in.gpsTime;

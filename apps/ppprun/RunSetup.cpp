@@ -33,6 +33,34 @@ double TroposphereProcessValue(double walkMm, double interval)
     return rate * rate * 3600.0 / (kUnitPhaseSigmaM * kUnitPhaseSigmaM * interval);
 }
 
+// The header block of the --pos file: program, inputs, span and processing.
+PositionHeader MakePositionHeader(const Options& o, const tagGPSTIME2* start, const tagGPSTIME2* end)
+{
+    PositionHeader h;
+    h.program = std::string("ppprun ") + PPP_VERSION;
+    h.inputs.push_back(o.streaming() ? o.rtcm : o.obs);
+    for (const std::vector<std::string>* files : {&o.sp3, &o.clk})
+        h.inputs.insert(h.inputs.end(), files->begin(), files->end());
+    for (const std::string* file : {&o.rtcmCorr, &o.atx, &o.upd, &o.bias})
+        if (!file->empty())
+            h.inputs.push_back(*file);
+    h.hasStart = start != nullptr, h.hasEnd = end != nullptr;
+    h.start = start ? *start : tagGPSTIME2{0, 0.0};
+    h.end = end ? *end : tagGPSTIME2{0, 0.0};
+    h.posMode = o.mode == 1 ? "single" : "ppp-" + DynamicsName(o.posMode) + " (" + ModeName(o.mode) + ")";
+    h.elevMask = o.elevMask;
+    h.ionosphere = "iono-free";
+    h.troposphere = o.mode == 1 ? "a-priori model" : "estimate ztd";
+    h.ephemeris = !o.sp3.empty() ? "precise" : (o.ssr ? "broadcast+ssr" : "broadcast");
+    const char* const names[4] = {"gps", "glonass", "galileo", "beidou"};
+    for (int k = 0; k < 4; ++k)
+        if (o.systems.find("GREC"[k]) != std::string::npos)
+            h.systems += (h.systems.empty() ? "" : " ") + std::string(names[k]);
+    h.hasReference = o.hasRef;
+    std::memcpy(h.reference, o.ref, sizeof(h.reference));
+    return h;
+}
+
 }  // namespace
 
 // mkdir -p.
@@ -194,6 +222,13 @@ int SiteRun::process(const tagGPSTIME2& t, t_upd* upds, t_aug* aug)
     m_ambiguities.afterEpoch(code, *m_solution, *m_library->process()->spp, sinceStart);
     m_smoothing = m_station.smooth;
     ++r.resultCodes[code];
+    if ((m_positions || m_plot) &&
+        TakeSolution(code, *m_solution, *m_library->process(), m_options.posMode, m_solved)) {
+        if (m_positions)
+            m_positions->write(m_solved);
+        if (m_plot)
+            m_plot->add(m_solved);
+    }
     if (code >= 1) {
         std::memcpy(r.finalXyz, m_solution->dPos, sizeof(r.finalXyz));
         r.hasFinal = true;
@@ -203,9 +238,30 @@ int SiteRun::process(const tagGPSTIME2& t, t_upd* upds, t_aug* aug)
     return code;
 }
 
+void SiteRun::openOutputs(const tagGPSTIME2* start, const tagGPSTIME2* end)
+{
+    const Options& o = m_options;
+    if (!o.posFile.empty()) {
+        PositionFormat format = PositionFormat::kXyz;
+        ParsePositionFormat(o.posFormat, format);
+        m_positions.reset(new PositionFile(o.posFile, format, MakePositionHeader(o, start, end)));
+    }
+    if (!o.plotFile.empty()) {
+        std::FILE* probe = std::fopen(o.plotFile.c_str(), "w");
+        if (!probe)
+            throw InputError("cannot write " + o.plotFile + ": " + std::strerror(errno));
+        std::fclose(probe);
+        const std::string title = m_result.site + ", " + ModeName(o.mode) + " " + DynamicsName(o.posMode) +
+                                  " (" + o.systems + ")";
+        m_plot.reset(new RunPlot(title, o.systems, o.hasRef ? o.ref : nullptr));
+    }
+}
+
 void SiteRun::finish(const tagGPSTIME2& lastTime)
 {
     RunResult& r = m_result;
+    if (m_plot && !m_plot->write(m_options.plotFile))
+        r.notes.push_back("cannot write " + m_options.plotFile);
     m_ambiguities.report(r);
     if (m_options.hasRef && !m_accuracy.empty()) {
         r.hasReference = true;

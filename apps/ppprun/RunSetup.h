@@ -10,6 +10,8 @@
 #include "Accuracy.h"
 #include "Ambiguities.h"
 #include "Options.h"
+#include "Plot.h"
+#include "PositionFile.h"
 #include "Summary.h"
 #include "engine/GNSSSPP.h"
 #include "io/AntennaTable.h"
@@ -69,6 +71,10 @@ public:
     // augmentation corrections (null: none) and books the result; returns
     // the library's result code.
     int process(const tagGPSTIME2& t, t_upd* upds, t_aug* aug = nullptr);
+    // Opens the --pos and --plot outputs before the first epoch; the span
+    // of the data (null: unknown) goes into the position file's header.
+    // Throws InputError when one cannot be written.
+    void openOutputs(const tagGPSTIME2* start, const tagGPSTIME2* end);
     // The figures of the summary, at the end of the run.
     void finish(const tagGPSTIME2& lastTime);
 
@@ -85,6 +91,9 @@ private:
     Ambiguities m_ambiguities;
     Accuracy m_accuracy;
     tagGPSTIME2 m_firstTime{0, 0.0};
+    std::unique_ptr<PositionFile> m_positions;
+    std::unique_ptr<RunPlot> m_plot;
+    EpochSolution m_solved{};
 };
 
 }  // namespace ppprun

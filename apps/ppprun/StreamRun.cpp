@@ -296,6 +296,7 @@ void StreamRunner::startSite(double interval)
     if (m_o.posMode == 1 && !m_siteReport.coordinatesKnown)
         throw InputError("--dynamics fixed needs the site's coordinates (--apriori, or --sinex with the site)");
     m_run.reset(new SiteRun(m_o, m_site, m_siteReport, interval, m_products, m_result));
+    m_run->openOutputs(&m_first.gpsTime, nullptr);
 }
 
 void StreamRunner::onEpoch(const pppio::ObsEpoch& epoch, Clock::time_point arrival)

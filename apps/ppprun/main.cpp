@@ -28,6 +28,10 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "ppprun: %s\n", e.what());
         return kBadInput;
     }
+    if (options.version) {
+        std::fputs(ppprun::VersionText().c_str(), stdout);
+        return kDone;
+    }
     if (options.help) {
         std::fputs(ppprun::HelpText().c_str(), stdout);
         return kDone;
