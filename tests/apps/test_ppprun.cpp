@@ -55,7 +55,7 @@ TEST(PpprunOptions, HelpDocumentsEveryOptionWithItsDefault)
     for (const char* option : {"--obs", "--sp3", "--clk", "--atx", "--nav", "--broadcast-fallback", "--sinex",
                                "--mode", "--dynamics", "--systems", "--elev-mask", "--apriori", "--site",
                                "--weights", "--code-ratios", "--trop-noise", "--no-tide", "--no-windup", "--no-rec-antenna", "--no-sat-antenna",
-                               "--reset-hours", "--out", "--debug", "--residuals", "--ref", "--summary", "--quiet"}) {
+                               "--reset-hours", "--time-window", "--interval", "--pos", "--pos-format", "--plot", "--out", "--debug", "--residuals", "--ref", "--summary", "--quiet"}) {
         const size_t at = r.out.find(std::string("\n  ") + option + " ");
         ASSERT_NE(at, std::string::npos) << option;
         const size_t next = r.out.find("\n  --", at + 3);
@@ -85,6 +85,11 @@ TEST(PpprunOptions, BadOptionsAndMissingFilesExitWithTwoAndOneLine)
         {"--obs x --sp3 y --mode ar --upd a --bias b", "--bias"},
         {"--obs x --sp3 y --mode upd-export", "--export"},
         {"--obs x --sp3 y --mode ar --upd a --ratio 0.5", "--ratio"},
+        {"--obs x --sp3 y --pos-format neu", "--pos-format"},
+        {"--obs x --sp3 y --plot run.png", "--plot"},
+        {"--obs x --sp3 y --time-window 2020-06-25T01:00:00 2020-06-25T00:00:00", "--time-window"},
+        {"--obs x --sp3 y --time-window 2020-06-25T25:00:00 2020-06-26T00:00:00", "--time-window"},
+        {"--obs x --sp3 y --interval 0", "--interval"},
         {"--obs " + kObs + " --sp3 " + missing + " --quiet", missing},
     };
     for (const auto& c : cases) {
@@ -272,3 +277,123 @@ TEST(PpprunPpprtk, ReferenceEpochsOutOfStepAreAllTooOld)
 }
 
 }  // namespace
+
+namespace {
+
+// Well-formed XML as far as a picture needs: every element closed in order.
+bool BalancedTags(const std::string& xml)
+{
+    std::vector<std::string> open;
+    for (size_t at = xml.find('<'); at != std::string::npos; at = xml.find('<', at + 1)) {
+        const size_t end = xml.find('>', at);
+        if (end == std::string::npos)
+            return false;
+        const std::string tag = xml.substr(at + 1, end - at - 1);
+        if (tag.empty() || tag[0] == '!' || tag.back() == '/')
+            continue;
+        const std::string name = tag.substr(tag[0] == '/', tag.find_first_of(" \n") - (tag[0] == '/'));
+        if (tag[0] != '/')
+            open.push_back(name);
+        else if (open.empty() || open.back() != name)
+            return false;
+        else
+            open.pop_back();
+    }
+    return open.empty();
+}
+
+size_t Count(const std::string& text, const std::string& part)
+{
+    size_t n = 0;
+    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++n;
+    return n;
+}
+
+// The data rows of a position file, as numbers after the date and time.
+std::vector<std::vector<double>> PositionRows(const std::string& path)
+{
+    std::vector<std::vector<double>> rows;
+    for (const std::string& line : testfiles::readLines(path)) {
+        if (line.empty() || line[0] == '%')
+            continue;
+        std::vector<double> row;
+        char* at = const_cast<char*>(line.c_str()) + 23;   // after "YYYY/MM/DD HH:MM:SS.sss"
+        for (char* end = at;; at = end) {
+            const double v = std::strtod(at, &end);
+            if (end == at)
+                break;
+            row.push_back(v);
+        }
+        rows.push_back(row);
+    }
+    return rows;
+}
+
+}  // namespace
+
+// Half an hour every minute in the three position layouts and the picture:
+// the layouts agree with each other (the same point, the same total
+// variance), the static filter gives real covariances, and the picture
+// holds its panels, one line per series.
+TEST(PpprunSample, PositionFilesAndPictureOfATimeWindow)
+{
+    const std::string window = " --time-window 2020-06-25T00:30:00 2020-06-25T01:00:00 --interval 60";
+    std::vector<std::vector<double>> rows[3];
+    const char* formats[3] = {"xyz", "llh", "enu"};
+    const std::string svg = Scratch("window.svg"), json = Scratch("window.json");
+    for (int f = 0; f < 3; ++f) {
+        const std::string pos = Scratch(std::string("window_") + formats[f] + ".pos");
+        const Outcome r = RunProgram("--obs " + kObs + kProducts + kReference + window + " --quiet --pos " + pos +
+                                     " --pos-format " + formats[f] + (f == 0 ? " --plot " + svg + " --summary " + json : ""));
+        ASSERT_EQ(r.exitCode, 0) << r.err;
+        const std::string text = readText(pos);
+        for (const char* line : {"% program   : ppprun ", "% obs start : 2020/06/25 00:30:00.000 GPST",
+                                 "% obs end   : 2020/06/25 01:00:00.000 GPST", "% pos mode  : ppp-static",
+                                 "% elev mask : 7.0 deg", "Q=1:fix,2:float", "%  GPST "})
+            EXPECT_NE(text.find(line), std::string::npos) << line;
+        rows[f] = PositionRows(pos);
+        ASSERT_EQ(rows[f].size(), 31u);
+        EXPECT_NE(text.find("2020/06/25 00:31:00.000"), std::string::npos);
+    }
+    EXPECT_NE(readText(json).find("\"epochs\": 31,"), std::string::npos);
+    const std::vector<double> finalXyz = JsonArray(readText(json), "final_xyz");
+    CGNSSCoordConvert convert;
+    for (size_t i = 0; i < rows[0].size(); ++i) {
+        const std::vector<double>&x = rows[0][i], &l = rows[1][i], &e = rows[2][i];
+        ASSERT_EQ(x.size(), 14u);
+        EXPECT_EQ(x[3], 2.0);   // float
+        EXPECT_GE(x[4], 8.0);
+        tagCRDGEODETIC g{l[1] * _PI / 180.0, l[0] * _PI / 180.0, l[2]};
+        tagCRDCARTESIAN back{};
+        convert.GeodeticToCartesian(&g, &back, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
+        EXPECT_NEAR(back.x, x[0], 2e-3), EXPECT_NEAR(back.y, x[1], 2e-3), EXPECT_NEAR(back.z, x[2], 2e-3);
+        tagCRDCARTESIAN point{x[0], x[1], x[2]}, ref{kReferenceXyz[0], kReferenceXyz[1], kReferenceXyz[2]};
+        tagCRDTOPOCENTRIC neu{};
+        convert.CartesianToTopocentric(&point, &neu, &ref, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
+        EXPECT_NEAR(e[0], neu.east, 2e-4), EXPECT_NEAR(e[1], neu.north, 2e-4), EXPECT_NEAR(e[2], neu.up, 2e-4);
+        // A rotation keeps the total variance; the covariances are the filter's, not zero.
+        auto total = [](const std::vector<double>& v) { return v[5] * v[5] + v[6] * v[6] + v[7] * v[7]; };
+        EXPECT_GT(total(x), 0.0);
+        EXPECT_NEAR(total(l), total(x), 2e-4 + 1e-3 * total(x));
+        EXPECT_NEAR(total(e), total(x), 2e-4 + 1e-3 * total(x));
+        EXPECT_NE(std::fabs(x[8]) + std::fabs(x[9]) + std::fabs(x[10]), 0.0);
+    }
+    ASSERT_EQ(finalXyz.size(), 3u);
+    EXPECT_NEAR(rows[0].back()[0], finalXyz[0], 1e-3);
+
+    const std::string picture = readText(svg);
+    EXPECT_TRUE(BalancedTags(picture));
+    EXPECT_EQ(Count(picture, "<polyline"), 3u + 3u + 1u);   // north, east, up; G, R, E; ZTD
+    for (const char* label : {"error against --ref (m)", "satellites used", "zenith total delay (m)",
+                              "hours since the first solution", ">north<", ">Galileo<", ">float<", "ESBC"})
+        EXPECT_NE(picture.find(label), std::string::npos) << label;
+}
+
+TEST(PpprunOptions, VersionNamesProgramAndLibrary)
+{
+    const Outcome r = RunProgram("--version");
+    EXPECT_EQ(r.exitCode, 0);
+    EXPECT_EQ(r.out.rfind("ppprun ", 0), 0u) << r.out;
+    EXPECT_NE(r.out.find("ppplib "), std::string::npos) << r.out;
+}
