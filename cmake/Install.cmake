@@ -39,6 +39,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/ppplibConfigVersion.cmake
 # The pkg-config file finds the prefix from its own place, so that
 # `cmake --install --prefix` may move the installation.
 file(RELATIVE_PATH PPPLIB_PC_TO_PREFIX /root/${CMAKE_INSTALL_LIBDIR}/pkgconfig /root)
+string(REGEX REPLACE "/$" "" PPPLIB_PC_TO_PREFIX "${PPPLIB_PC_TO_PREFIX}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/ppplib.pc.in ${PROJECT_BINARY_DIR}/ppplib.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/ppplibConfig.cmake ${PROJECT_BINARY_DIR}/ppplibConfigVersion.cmake
   DESTINATION ${PPPLIB_CMAKE_DIR})
