@@ -6,15 +6,26 @@ BUILD_ASAN  ?= build-asan
 BUILD_ARM   ?= build-arm
 ARM_SYSROOT ?= $(CURDIR)/.deps/armhf
 CMAKE_FLAGS ?=
+PREFIX      ?= /usr/local
 
-.PHONY: all test test-asan test-arm compare-platforms bench demo demo-ar demo-rt fuzz clean arm-deps
+.PHONY: all configure test test-asan test-arm compare-platforms bench demo demo-ar demo-rt fuzz clean arm-deps install
 
-all:
+# The demos configure the same release build as `make` and `make test` but
+# build only their programs: a first demo takes a few minutes, not the time
+# of every test program, and a later `make test` reuses what it compiled.
+configure:
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release $(CMAKE_FLAGS)
+
+all: configure
 	cmake --build $(BUILD) -j $(JOBS)
 
 test: all
-	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
+	ctest --test-dir $(BUILD) --output-on-failure --no-tests=error -j $(JOBS)
+
+# The library (static and shared), its headers, CMake package and pkg-config file.
+install: configure
+	cmake --build $(BUILD) -j $(JOBS) --target ppp ppp_shared pppio
+	cmake --install $(BUILD) --prefix $(PREFIX)
 
 test-asan:
 	cmake -S . -B $(BUILD_ASAN) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPPPLIB_SANITIZE=ON $(CMAKE_FLAGS)
@@ -46,14 +57,17 @@ bench:
 	cmake --build $(BUILD) -j $(JOBS)
 	@for b in $(BUILD)/bench/*; do [ -x "$$b" ] && echo "== $$b" && "$$b"; done
 
-demo: all
-	@if [ -x tools/demo.sh ]; then tools/demo.sh $(BUILD); else echo "the demo program is not built yet"; fi
+demo: configure
+	cmake --build $(BUILD) -j $(JOBS) --target ppprun
+	tools/demo.sh $(BUILD)
 
 # Ambiguity resolution on a small simulated network from the bundled sample.
-demo-ar: all
+demo-ar: configure
+	cmake --build $(BUILD) -j $(JOBS) --target netsim updnet ppprun
 	tools/demo_ar.sh $(BUILD)
 
-demo-rt: all
+demo-rt: configure
+	cmake --build $(BUILD) -j $(JOBS) --target rnx2rtcm ntripcaster ppprun
 	tools/demo_rt.sh $(BUILD)
 
 # Damaged copies of the sample inputs against the sanitizer build.
