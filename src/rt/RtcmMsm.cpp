@@ -7,40 +7,31 @@
 #include "io/GpsTime.h"
 #include "rt/MsmLayout.h"
 #include "rt/RtcmBits.h"
+#include "rt/RtcmTime.h"
 
 namespace ppprt {
 namespace {
 
-constexpr double kGlonassAheadOfUtc = 10800.0;     // GLONASS time = UTC + 3 h
 constexpr double kHugeLockTime = 1e12;             // s, bound of a saturated indicator
 constexpr int kLastExtendedIndicator = 704;
 
 // The most negative value of a signed field marks it as not available.
 bool available(int64_t value, int bits) { return value != -(int64_t{1} << (bits - 1)); }
 
-// `seconds` of a repeating period (week or day) placed in the period that
-// puts it nearest to `reference`.
-tagGPSTIME2 nearestTime(const tagGPSTIME2& reference, double seconds, double period)
-{
-    double sow = std::floor(reference.sow / period) * period + seconds;
-    while (sow - reference.sow > period / 2)
-        sow -= period;
-    while (sow - reference.sow < -period / 2)
-        sow += period;
-    return pppio::shiftedTime(tagGPSTIME2{reference.week, 0.0}, sow);
-}
-
 tagGPSTIME2 epochTime(char system, uint32_t field, const tagGPSTIME2& reference)
 {
     if (system == 'R') {
         const uint32_t day = field >> 27;
-        const double ofDay = (field & 0x7FFFFFF) * 1e-3 - kGlonassAheadOfUtc + glonassLeapSeconds(reference);
+        const double ofDay = (field & 0x7FFFFFF) * 1e-3;   // Moscow time
         if (day == 7)   // day not given
-            return nearestTime(reference, ofDay, pppio::kSecondsPerDay);
-        return nearestTime(reference, day * pppio::kSecondsPerDay + ofDay, pppio::kSecondsPerWeek);
+            return glonassDayTimeToGps(ofDay, reference);
+        const double sow = day * pppio::kSecondsPerDay + ofDay - kMoscowMinusUtc + pppio::leapSecondsAt(reference);
+        return nearestTimeOfWeek(std::fmod(sow + pppio::kSecondsPerWeek, pppio::kSecondsPerWeek), reference);
     }
-    const double offset = system == 'C' ? pppio::kBdtToGps : 0.0;
-    return nearestTime(reference, field * 1e-3 + offset, pppio::kSecondsPerWeek);
+    if (system == 'C')   // BeiDou time, 14 s behind GPS time
+        return pppio::shiftedTime(
+            nearestTimeOfWeek(field * 1e-3, pppio::shiftedTime(reference, -pppio::kBdtToGps)), pppio::kBdtToGps);
+    return nearestTimeOfWeek(field * 1e-3, reference);
 }
 
 struct CellRef {
@@ -76,7 +67,7 @@ uint32_t msmEpochField(char system, const tagGPSTIME2& time)
     constexpr int64_t kWeekMs = 604800000, kDayMs = 86400000;
     double seconds = time.sow;
     if (system == 'R')
-        seconds += kGlonassAheadOfUtc - glonassLeapSeconds(time);
+        seconds += kMoscowMinusUtc - pppio::leapSecondsAt(time);
     else if (system == 'C')
         seconds -= pppio::kBdtToGps;
     const int64_t ms = (std::llround(seconds * 1e3) % kWeekMs + kWeekMs) % kWeekMs;
@@ -84,8 +75,6 @@ uint32_t msmEpochField(char system, const tagGPSTIME2& time)
         return static_cast<uint32_t>((ms / kDayMs) << 27 | (ms % kDayMs));
     return static_cast<uint32_t>(ms);
 }
-
-int glonassLeapSeconds(const tagGPSTIME2& near) { return pppio::leapSecondsAt(near); }
 
 double msmLockTime(int indicator, bool extended)
 {

@@ -90,9 +90,6 @@ int msmLockIndicator(double seconds, bool extended);
 // (s); a very large value for the last indicator.
 double msmLockTimeBound(double lockTime, bool extended);
 
-// GPS - UTC (s) used to turn GLONASS time (UTC + 3 h) into GPS time.
-int glonassLeapSeconds(const tagGPSTIME2& near);
-
 }  // namespace ppprt
 
 #endif
