@@ -65,9 +65,9 @@ private:
 constexpr size_t kProbeBytes = 4 << 20;   // how far a recording is searched for its date
 constexpr int kObservationWaitMs = 200;
 
-bool IsFileSpec(const std::string& spec)
+bool IsFile(const std::string& source)
 {
-    return spec.find("://") == std::string::npos || spec.compare(0, 7, "file://") == 0;
+    return source.find("://") == std::string::npos || source.compare(0, 7, "file://") == 0;
 }
 
 // Network mounts that want the user's position (virtual reference stations)
@@ -84,10 +84,10 @@ ppprt::SourceOptions SourceSettings(const Options& o)
     return settings;
 }
 
-std::unique_ptr<ppprt::StreamSource> Open(const std::string& spec, const ppprt::SourceOptions& settings = {})
+std::unique_ptr<ppprt::StreamSource> Open(const std::string& source, const ppprt::SourceOptions& settings = {})
 {
     try {
-        return ppprt::openSource(spec, settings);
+        return ppprt::openSource(source, settings);
     } catch (const ppprt::SourceError& e) {
         throw InputError(e.what());
     }
@@ -100,11 +100,11 @@ tagGPSTIME2 StartTime(const Options& o, RunResult& result, bool& tentative)
     tentative = false;
     if (o.date[0] != 0)
         return pppio::gpsTimeFromCalendar(o.date[0], o.date[1], o.date[2], 12, 0, 0.0);
-    for (const std::string* spec : {&o.rtcmCorr, &o.rtcm}) {
-        if (spec->empty() || !IsFileSpec(*spec))
+    for (const std::string* source : {&o.rtcmCorr, &o.rtcm}) {
+        if (source->empty() || !IsFile(*source))
             continue;
         tagGPSTIME2 t;
-        if (ppprt::probeStreamTime(*Open(*spec), kProbeBytes, t))
+        if (ppprt::probeStreamTime(*Open(*source), kProbeBytes, t))
             return t;
     }
     const double unixSeconds = static_cast<double>(std::time(nullptr));
@@ -112,7 +112,7 @@ tagGPSTIME2 StartTime(const Options& o, RunResult& result, bool& tentative)
     tagGPSTIME2 now{static_cast<int>(gpsSeconds / 604800.0), 0.0};
     now.sow = gpsSeconds - now.week * 604800.0;
     now = pppio::shiftedTime(now, pppio::leapSecondsAt(now));
-    if (IsFileSpec(o.rtcm))
+    if (IsFile(o.rtcm))
         result.notes.push_back("no GPS or BeiDou ephemeris in the recording's first 4 MB: its week is taken "
                                "from the computer's clock");
     tentative = true;   // a recording served by a caster corrects it with its first ephemeris
@@ -210,7 +210,7 @@ StreamRunner::StreamRunner(const Options& o, RunResult& result)
     m_obs.reset(new ppprt::RtcmFeed(Open(o.rtcm, SourceSettings(o))));
     if (!o.rtcmCorr.empty())
         m_corr.reset(new ppprt::RtcmFeed(Open(o.rtcmCorr, SourceSettings(o))));
-    m_replayCorrections = m_corr && IsFileSpec(o.rtcmCorr);
+    m_replayCorrections = m_corr && IsFile(o.rtcmCorr);
     bool tentative = false;
     const tagGPSTIME2 start = StartTime(o, result, tentative);
     m_decoder.setReference(start, tentative);

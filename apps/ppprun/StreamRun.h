@@ -9,7 +9,7 @@
 
 namespace ppprun {
 
-// Throws InputError for a source that cannot be opened or a bad spec.
+// Throws InputError for a source that cannot be opened or a malformed address.
 RunResult RunStream(const Options& options);
 
 }  // namespace ppprun
