@@ -33,10 +33,12 @@ t_upd* Ambiguities::upds(const tagGPSTIME2& t, tagGPSOBSONEEPO& epoch)
     if (!m_ar)
         return nullptr;
     if (!m_biases) {
-        m_product.fill(t, m_upds.data());
+        if (m_product.fill(t, m_upds.data()) > 0)
+            ++m_figures.epochsWithUpds;
         return m_upds.data();
     }
-    pppio::fillUpdsFromOsb(*m_biases, t, m_upds.data());
+    if (pppio::fillUpdsFromOsb(*m_biases, t, m_upds.data()) > 0)
+        ++m_figures.epochsWithUpds;
     // The UPDs assume codes free of satellite biases.
     for (int i = 0; i < epoch.nSatNum; ++i) {
         tagOBSONESAT& s = epoch.sat[i];

@@ -1,5 +1,6 @@
 #include "Options.h"
 
+#include <cmath>
 #include <cstdio>
 
 #include "io/CommandLine.h"
@@ -66,6 +67,33 @@ tagGPSTIME2 ParseGpsTime(const std::string& option, const std::string& text)
         used != static_cast<int>(t.size()) || year < 1980 || !pppio::validCalendar(year, month, day, hour, minute, second))
         throw UsageError("option " + option + " expects GPS times YYYY-MM-DDTHH:MM:SS, not '" + text + "'");
     return pppio::gpsTimeFromCalendar(year, month, day, hour, minute, second);
+}
+
+SatelliteAntennas ParseSatelliteAntennas(const std::string& text)
+{
+    if (text == "all")
+        return SatelliteAntennas::kAll;
+    if (text == "complete-systems")
+        return SatelliteAntennas::kCompleteSystems;
+    if (text == "none")
+        return SatelliteAntennas::kNone;
+    throw UsageError("option --sat-antenna expects all, complete-systems or none, not '" + text + "'");
+}
+
+// Earth-fixed coordinates in metres near the Earth's surface (from 1 km
+// below to 20 km above): catches latitude/longitude and kilometres.
+void RequireNearSurface(const std::string& option, const double* xyz)
+{
+    const double radius = std::sqrt(xyz[0] * xyz[0] + xyz[1] * xyz[1] + xyz[2] * xyz[2]);
+    constexpr double kPolarRadius = 6356752.3, kEquatorialRadius = 6378137.0;
+    if (radius < kPolarRadius - 1000.0 || radius > kEquatorialRadius + 20000.0) {
+        char text[160];
+        std::snprintf(text, sizeof(text),
+                      "option %s: %.0f m from the Earth's centre is not near its surface "
+                      "(expects Earth-fixed X,Y,Z in metres)",
+                      option.c_str(), radius);
+        throw UsageError(text);
+    }
 }
 
 int ParseDynamics(const std::string& text)
@@ -161,7 +189,9 @@ Options ParseOptions(int argc, char** argv)
         else if (option == "--no-rec-antenna")
             o.recAntenna = false;
         else if (option == "--no-sat-antenna")
-            o.satAntenna = false;
+            o.satAntennas = SatelliteAntennas::kNone;
+        else if (option == "--sat-antenna")
+            o.satAntennas = ParseSatelliteAntennas(value());
         else if (option == "--reset-hours")
             o.resetHours = pppio::parseNumber(option, value());
         else if (option == "--debug")
@@ -244,6 +274,13 @@ Options ParseOptions(int argc, char** argv)
         throw UsageError("option --aug-obs needs the reference position --aug-ref-xyz X,Y,Z");
     if (o.streaming() && (o.hasWindow || o.decimation > 0.0))
         throw UsageError("options --time-window and --interval are for files (--obs FILE)");
+    o.satAntenna = o.satAntennas != SatelliteAntennas::kNone;
+    if (o.hasApriori)
+        RequireNearSurface("--apriori", o.apriori);
+    if (o.hasRef)
+        RequireNearSurface("--ref", o.ref);
+    if (o.hasAugRef)
+        RequireNearSurface("--aug-ref-xyz", o.augRef);
     if (o.site.size() > 60)
         throw UsageError("option --site expects a short name");
     return o;
@@ -315,7 +352,8 @@ Processing:
                         corrected from a reference station), or a library
                         mode number (default: ppp)
   --dynamics D          static, kinematic or fixed (default: static)
-  --systems LETTERS     satellite systems from G, R, E, C (default: GRE)
+  --systems LETTERS     satellite systems from G, R, E, C, either case
+                        (default: GRE)
   --elev-mask DEG       elevation cut-off in degrees (default: 7)
   --apriori X,Y,Z       a-priori coordinates in metres (default: the SINEX
                         file's, else the first single point solution)
@@ -331,8 +369,15 @@ Processing:
                         (default: 300,600,600,600,900)
   --no-tide             no solid earth tide correction (default: on in ppp)
   --no-windup           no phase wind-up correction (default: on in ppp)
-  --no-rec-antenna      no receiver antenna correction (default: on in ppp)
-  --no-sat-antenna      no satellite antenna correction (default: on in ppp)
+  --no-rec-antenna      no receiver antenna offsets and variations; the
+                        antenna height is still applied (default: on in ppp)
+  --sat-antenna WHICH   satellite antenna offsets and variations: all
+                        (every satellite the antenna file holds),
+                        complete-systems (only systems whose satellites in
+                        use it holds completely) or none; the satellites
+                        without an antenna are named in the summary
+                        (default: complete-systems)
+  --no-sat-antenna      the same as --sat-antenna none (default: off)
   --reset-hours H       restart the filter every H hours, 0 never (default: 0)
   --time-window START END
                         files: process only the epochs from START to END,

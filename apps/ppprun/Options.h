@@ -10,6 +10,13 @@
 
 namespace ppprun {
 
+// Which satellites get their antenna offsets and variations.
+enum class SatelliteAntennas {
+    kAll,               // every satellite the antenna file holds
+    kCompleteSystems,   // only systems whose satellites in use the file holds completely
+    kNone,
+};
+
 struct Options {
     std::string obs;                  // RINEX observation file
     std::vector<std::string> sp3;     // precise orbits (several: consecutive days)
@@ -48,7 +55,8 @@ struct Options {
     bool solidTide = true;
     bool windUp = true;
     bool recAntenna = true;
-    bool satAntenna = true;
+    bool satAntenna = true;           // false with SatelliteAntennas::kNone
+    SatelliteAntennas satAntennas = SatelliteAntennas::kCompleteSystems;
     double resetHours = 0.0;
     bool debug = false;
     bool residuals = false;

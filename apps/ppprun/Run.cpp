@@ -95,15 +95,10 @@ RunResult Run(const Options& o)
     pppio::RinexObsReader reader(o.obs);
     const pppio::RinexObsHeader& header = reader.header();
 
-    pppio::SiteRequest request;
-    request.name = o.site;
-    request.hasApriori = o.hasApriori;
-    std::memcpy(request.apriori, o.apriori, sizeof(request.apriori));
-    request.sinex = o.sinex.empty() ? nullptr : &products.sinex;
-    request.antennas = o.atx.empty() ? nullptr : &products.antennas;
+    const tagGPSTIME2 firstObs = header.hasFirstObs ? GpsTime(header.firstObs) : tagGPSTIME2{0, 0.0};
     pppio::SiteReport siteReport;
-    tagSITE site = pppio::BuildSite(header, request, header.hasFirstObs ? GpsTime(header.firstObs) : tagGPSTIME2{0, 0.0},
-                                    siteReport);
+    tagSITE site = pppio::BuildSite(header, MakeSiteRequest(o, products, ""), firstObs, siteReport);
+    NoteSite(o, products, siteReport, firstObs, result);
     result.site = siteReport.name;
     result.coordinates = siteReport.coordinates;
     if (o.posMode == 1 && !siteReport.coordinatesKnown)
@@ -120,16 +115,17 @@ RunResult Run(const Options& o)
     }
 
     pppio::OrbitRecordBuilder orbits(products.sources(o), o.satAntenna);
+    LimitSatelliteAntennas(o, products, firstObs, orbits, result);
     const pppio::CarrierFrequencies frequencies(header, o.nav.empty() ? nullptr : &products.broadcast);
     pppio::EpochAssembler assembler(header, frequencies, orbits, o.systems);
 
     std::unique_ptr<Augmentation> augmentation;
     if (o.augmented())
-        augmentation.reset(new Augmentation(o, orbits, products,
-                                            header.hasFirstObs ? GpsTime(header.firstObs) : tagGPSTIME2{0, 0.0}));
+        augmentation.reset(new Augmentation(o, orbits, products, firstObs));
 
     Progress progress(ExpectedEpochs(header, interval), o.quiet);
     pppio::ObsEpoch in;
+    TimeSpan& span = result.coverage.observations;
     tagGPSTIME2 lastTime{0, 0.0};
     while (reader.next(in)) {
         if (!in.isEvent() && !Selected(o, in.gpsTime))
@@ -137,6 +133,9 @@ RunResult Run(const Options& o)
         if (!assembler.assemble(in, run.epoch(), run.orbit()))
             continue;
         lastTime = in.gpsTime;
+        if (!span.known)
+            span.first = in.gpsTime, span.known = true;
+        span.last = in.gpsTime;
         t_aug* corrections = augmentation ? augmentation->before(in.gpsTime, run.epoch()) : nullptr;
         const int code = run.process(in.gpsTime, run.ambiguities().upds(in.gpsTime, run.epoch()), corrections);
         if (augmentation)

@@ -75,10 +75,33 @@ void MakeDirectories(const std::string& path)
     }
 }
 
+// Fails early on an output file that cannot be written, before hours of
+// processing; a file that did not exist is not left behind.
+void RequireWritable(const std::string& path)
+{
+    struct stat info;
+    const bool existed = stat(path.c_str(), &info) == 0;
+    if (existed && S_ISDIR(info.st_mode))
+        throw InputError("cannot write " + path + ": it is a directory");
+    std::FILE* f = std::fopen(path.c_str(), "a");
+    if (!f)
+        throw InputError("cannot write " + path + ": " + std::strerror(errno));
+    std::fclose(f);
+    if (!existed)
+        std::remove(path.c_str());
+}
+
 RunResult StartRun(const Options& o, const std::string& input)
 {
-    if (!o.outDir.empty())
+    if (!o.outDir.empty()) {
         MakeDirectories(o.outDir + "/ztd");
+        RequireWritable(o.outDir + "/ztd/.ppprun-write-check");
+    }
+    for (const std::string* path : {&o.summaryJson, &o.posFile, &o.plotFile, &o.exportFile})
+        if (!path->empty())
+            RequireWritable(*path);
+    if (!o.nmea.empty() && o.nmea != "-")
+        RequireWritable(o.nmea);
     RunResult result;
     result.obsFile = input;
     result.mode = ModeName(o.mode);
@@ -128,7 +151,8 @@ void SetCorrections(const Options& o, CGNSSSPP& engine)
     const bool ppp = o.mode >= 2;
     engine.m_set.bSolidTide = ppp && o.solidTide ? 1 : 0;
     engine.m_set.bWindUp = ppp && o.windUp ? 1 : 0;
-    engine.m_set.bRecAntenna = ppp && o.recAntenna ? 1 : 0;
+    // On also without the calibration: the site's offsets carry the antenna height.
+    engine.m_set.bRecAntenna = ppp ? 1 : 0;
     engine.m_set.bSatAntenna = ppp && o.satAntenna ? 1 : 0;
     engine.m_set.bHoldAmb = o.hold ? 1 : 0;
     engine.m_set.dRatioThres = o.ratio;
@@ -152,6 +176,69 @@ Products::Products(const Options& o, RunResult& result)
         sinex.load(o.sinex);
     if (o.clk.empty() && !o.sp3.empty())
         result.notes.push_back("no clock file: the SP3 clocks are used");
+    // The last quarter hour of a day is solved without the next day's orbits.
+    orbit.setExtrapolation(kOrbitExtrapolation);
+    for (const std::vector<std::string>* warnings :
+         {&orbit.warnings(), &clock.warnings(), &antennas.warnings(), &broadcast.warnings(), &sinex.warnings()})
+        result.notes.insert(result.notes.end(), warnings->begin(), warnings->end());
+    describeCoverage(o, result.coverage);
+}
+
+void Products::describeCoverage(const Options& o, Coverage& c) const
+{
+    for (const std::string& path : o.sp3)
+        c.sp3Files += (c.sp3Files.empty() ? "" : ", ") + path;
+    for (const std::string& path : o.clk)
+        c.clockFiles += (c.clockFiles.empty() ? "" : ", ") + path;
+    if (o.sp3.empty())
+        return;
+    c.orbits.known = orbit.span(c.orbits.first, c.orbits.last);
+    if (!o.clk.empty())
+        c.clocks.known = clock.span(c.clocks.first, c.clocks.last);
+    for (char system : o.systems) {
+        bool any = false;
+        const pppio::SatelliteSet set = pppio::SatelliteSet::ofSystems(std::string(1, system));
+        for (int iprn = 1; iprn <= pppio::kMaxPackedIndex && !any; ++iprn)
+            any = set.contains(iprn) && orbit.sampleCount(iprn) > 0;
+        if (!any)
+            c.systemsWithoutOrbits += system;
+    }
+}
+
+pppio::SiteRequest MakeSiteRequest(const Options& o, const Products& products, const std::string& defaultName)
+{
+    pppio::SiteRequest request;
+    request.name = o.site.empty() ? defaultName : o.site;
+    request.hasApriori = o.hasApriori;
+    std::memcpy(request.apriori, o.apriori, sizeof(request.apriori));
+    request.sinex = o.sinex.empty() ? nullptr : &products.sinex;
+    // Without the calibration the antenna height still moves the marker.
+    request.antennas = o.atx.empty() || !o.recAntenna ? nullptr : &products.antennas;
+    return request;
+}
+
+void NoteSite(const Options& o, const Products& products, const pppio::SiteReport& site, const tagGPSTIME2& t,
+              RunResult& result)
+{
+    double xyz[3];
+    if (!o.sinex.empty() && !products.sinex.position(site.name, t, xyz))
+        result.notes.push_back("site " + site.name + " is not in " + o.sinex + " (at the first epoch): " +
+                               "a-priori coordinates " + site.coordinates);
+}
+
+void LimitSatelliteAntennas(const Options& o, const Products& products, const tagGPSTIME2& t,
+                            pppio::OrbitRecordBuilder& orbits, RunResult& result)
+{
+    if (o.sp3.empty() || o.atx.empty() || !products.antennas.hasSatellites() || o.mode < 2)
+        return;
+    const AntennaCoverage c = CoverSatelliteAntennas(o.satAntennas, o.systems, products.orbit, products.antennas, t);
+    orbits.limitAntennasTo(c.applied);
+    if (c.missing.empty() || o.satAntennas == SatelliteAntennas::kNone)
+        return;
+    result.notes.push_back("satellites in use without an antenna in " + o.atx + ": " + c.missing);
+    if (o.satAntennas == SatelliteAntennas::kCompleteSystems)
+        result.notes.push_back("satellite antennas are not applied to system " + c.incomplete +
+                               ", which the antenna file covers partly (--sat-antenna all applies them)");
 }
 
 pppio::ProductSources Products::sources(const Options& o) const
@@ -171,10 +258,12 @@ void NoteAntenna(const Options& o, const pppio::SiteReport& site, const pppio::A
         result.notes.push_back("no ANTEX file: antenna height only, no antenna phase centre corrections");
         return;
     }
+    if (!o.recAntenna && o.mode >= 2)
+        result.notes.push_back("--no-rec-antenna: receiver antenna height only, no calibration");
     if (o.mode >= 2 && o.satAntenna && !antennas.hasSatellites())
         result.notes.push_back(o.atx + " holds no satellite antennas: satellite antenna offsets are not applied, "
                                "expect a height bias of a few centimetres");
-    if (!site.calibration) {
+    if (!site.calibration && o.recAntenna) {
         result.notes.push_back("receiver antenna '" + site.antenna + "' not in " + o.atx + ": antenna height only");
         return;
     }

@@ -11,6 +11,7 @@
 #include "Ambiguities.h"
 #include "Options.h"
 #include "Plot.h"
+#include "SatelliteAntennas.h"
 #include "PositionFile.h"
 #include "Summary.h"
 #include "engine/GNSSSPP.h"
@@ -40,6 +41,9 @@ t_conf MakeConfiguration(const Options& o, double interval, const std::string& s
 // The physical corrections of the PPP model: on in the PPP modes unless switched off.
 void SetCorrections(const Options& o, CGNSSSPP& engine);
 
+// Orbits are extrapolated at most this far (s) beyond the SP3 records.
+constexpr double kOrbitExtrapolation = 900.0;
+
 // The products of a run, loaded once.
 struct Products {
     pppio::PreciseOrbit orbit;
@@ -50,7 +54,20 @@ struct Products {
 
     Products(const Options& o, RunResult& result);
     pppio::ProductSources sources(const Options& o) const;
+
+private:
+    void describeCoverage(const Options& o, Coverage& c) const;
 };
+
+// The site of a run as the options and products describe it.
+pppio::SiteRequest MakeSiteRequest(const Options& o, const Products& products, const std::string& defaultName);
+// A SINEX file given that does not hold the site.
+void NoteSite(const Options& o, const Products& products, const pppio::SiteReport& site, const tagGPSTIME2& t,
+              RunResult& result);
+// Satellite antennas for the systems --sat-antenna allows, the satellites
+// without one named.
+void LimitSatelliteAntennas(const Options& o, const Products& products, const tagGPSTIME2& t,
+                            pppio::OrbitRecordBuilder& orbits, RunResult& result);
 
 void NoteAntenna(const Options& o, const pppio::SiteReport& site, const pppio::AntennaTable& antennas,
                  bool pcvLoaded, RunResult& result);

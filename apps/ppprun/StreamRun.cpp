@@ -119,18 +119,6 @@ tagGPSTIME2 StartTime(const Options& o, RunResult& result, bool& tentative)
     return now;
 }
 
-// "2026-02-06 20:14:09" (GPS time).
-std::string TimeText(const tagGPSTIME2& t)
-{
-    tagGPSTIME2 copy = t;
-    tagCOMMONTIME c;
-    CGNSSTimeConvert().GPSTime2ToCommonTime(&copy, &c);
-    char text[32];
-    std::snprintf(text, sizeof(text), "%04d-%02d-%02d %02d:%02d:%02.0f", c.year, c.month, c.day, c.hour, c.minute,
-                  c.second);
-    return text;
-}
-
 double Percentile(std::vector<double>& values, double fraction)
 {
     const size_t k = std::min(values.size() - 1, static_cast<size_t>(fraction * static_cast<double>(values.size())));
@@ -284,13 +272,8 @@ void StreamRunner::startSite(double interval)
         m_header.antennaType = station.antennaDescriptor;
     if (station.hasReceiver)
         m_header.receiverType = station.receiverType;
-    pppio::SiteRequest request;
-    request.name = m_o.site.empty() ? "RTCM" : m_o.site;
-    request.hasApriori = m_o.hasApriori;
-    std::memcpy(request.apriori, m_o.apriori, sizeof(request.apriori));
-    request.sinex = m_o.sinex.empty() ? nullptr : &m_products.sinex;
-    request.antennas = m_o.atx.empty() ? nullptr : &m_products.antennas;
-    m_site = pppio::BuildSite(m_header, request, m_first.gpsTime, m_siteReport);
+    m_site = pppio::BuildSite(m_header, MakeSiteRequest(m_o, m_products, "RTCM"), m_first.gpsTime, m_siteReport);
+    NoteSite(m_o, m_products, m_siteReport, m_first.gpsTime, m_result);
     m_result.site = m_siteReport.name;
     m_result.coordinates = m_siteReport.coordinates;
     if (m_o.posMode == 1 && !m_siteReport.coordinatesKnown)
@@ -428,7 +411,7 @@ void StreamRunner::finish()
         s.latencyMedianMs = Percentile(m_latencies, 0.5);
     }
     if (m_corrEnded && pppio::secondsBetween(m_lastTime, m_corrEndedAt) > 0.0)
-        m_result.notes.push_back("the correction stream ended at the epoch of " + TimeText(m_corrEndedAt) +
+        m_result.notes.push_back("the correction stream ended at the epoch of " + pppio::calendarText(m_corrEndedAt) +
                                  ", before the observations");
     if (m_useSsr && m_ssr.counts().messages == 0)
         m_result.notes.push_back("the streams carry no SSR corrections: broadcast orbits and clocks are used");

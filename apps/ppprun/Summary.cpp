@@ -56,6 +56,22 @@ std::string SatelliteCounts(const long* perSatellite)
     return text;
 }
 
+// "E33 240, C46 12": satellites beyond the library's numbering, with counts.
+std::string BeyondRangeCounts(const pppio::AssemblyTally& t)
+{
+    std::string text;
+    for (int s = 0; s < 4; ++s)
+        for (int prn = 1; prn <= pppio::kMaxPrn; ++prn) {
+            const long n = t.beyondRange[s][prn];
+            if (n == 0)
+                continue;
+            char id[8];
+            std::snprintf(id, sizeof(id), "%c%02d", "GREC"[s], prn);
+            text += (text.empty() ? "" : ", ") + std::string(id) + " " + std::to_string(n);
+        }
+    return text;
+}
+
 namespace {
 
 std::string MessageCounts(const std::map<int, long>& messages)
@@ -168,6 +184,11 @@ void PrintSummary(std::FILE* out, const RunResult& r)
                  r.tally.missingProducts, r.tally.incomplete, r.tally.noFrequency);
     if (r.tally.missingProducts > 0)
         std::fprintf(out, "    missing products: %s\n", SatelliteCounts(r.tally.missingPerSatellite).c_str());
+    const std::string beyond = BeyondRangeCounts(r.tally);
+    if (!beyond.empty())
+        std::fprintf(out, "  not processed     satellites beyond the library's numbering (G01-G32, R01-R27, "
+                          "E01-E30, C01-C35), satellite-epochs: %s\n",
+                     beyond.c_str());
     if (r.tally.broadcast > 0)
         std::fprintf(out, "  %s %ld satellite-epochs: %s\n",
                      r.stream.ssrOutcomes.empty() ? "broadcast orbits " : "orbits of stream ", r.tally.broadcast,
@@ -242,6 +263,7 @@ bool WriteJsonSummary(const std::string& path, const RunResult& r)
     std::fprintf(f, "  \"missing_products\": %ld,\n", r.tally.missingProducts);
     std::fprintf(f, "  \"missing_products_by_satellite\": %s,\n",
                  JsonString(SatelliteCounts(r.tally.missingPerSatellite)).c_str());
+    std::fprintf(f, "  \"beyond_numbering_by_satellite\": %s,\n", JsonString(BeyondRangeCounts(r.tally)).c_str());
     std::fprintf(f, "  \"incomplete_signals\": %ld,\n", r.tally.incomplete);
     std::fprintf(f, "  \"broadcast_orbits\": %ld,\n", r.tally.broadcast);
     std::fprintf(f, "  \"signals\": {");

@@ -25,6 +25,7 @@ struct ArFigures {
     double ratioSum = 0.0;             // of the fixed epochs
     long wideLaneCandidates = 0;       // satellite-epochs of GPS satellites above 15 degrees
     long wideLaneFixed = 0;
+    long epochsWithUpds = 0;           // epochs with at least one UPD for the library
     std::string exportFile;            // float-ambiguity export of mode upd-export
 };
 
@@ -59,6 +60,21 @@ struct AugFigures {
     double generatorSeconds = 0.0;
 };
 
+// First and last time of something: the observations, the orbits, the clocks.
+struct TimeSpan {
+    bool known = false;
+    tagGPSTIME2 first{0, 0.0}, last{0, 0.0};
+};
+
+// What the inputs covered, for the verdict on a run that solved too little.
+struct Coverage {
+    TimeSpan observations;             // data epochs handed to the library
+    TimeSpan orbits;                   // precise orbits; unknown: none given
+    TimeSpan clocks;                   // clock files; unknown: none given
+    std::string systemsWithoutOrbits;  // processed systems without any precise orbit
+    std::string sp3Files, clockFiles;  // their names, for the messages
+};
+
 struct RunResult {
     std::string obsFile;
     std::string site;
@@ -85,10 +101,13 @@ struct RunResult {
     ArFigures ar;
     StreamFigures stream;
     AugFigures aug;
+    Coverage coverage;
 };
 
 // "G04 240, R10 12": satellites with a count, in packed order.
 std::string SatelliteCounts(const long* perSatellite);
+// "E33 240, C46 12": satellites the library's numbering cannot hold, with counts.
+std::string BeyondRangeCounts(const pppio::AssemblyTally& t);
 
 void PrintSummary(std::FILE* out, const RunResult& r);
 // False when the file cannot be written.

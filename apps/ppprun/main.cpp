@@ -8,52 +8,54 @@
 #include "Run.h"
 #include "StreamRun.h"
 #include "Summary.h"
+#include "Verdict.h"
 #include "io/ReadError.h"
 
-namespace {
-
-constexpr int kDone = 0;
-constexpr int kBadInput = 2;       // bad options or an unreadable input
-constexpr int kMalformed = 3;      // a malformed record
-constexpr int kInternal = 1;       // anything else (exhausted memory, ...)
-
-}  // namespace
+using namespace ppprun;
 
 int main(int argc, char** argv)
 {
-    ppprun::Options options;
+    Options options;
     try {
-        options = ppprun::ParseOptions(argc, argv);
-    } catch (const ppprun::UsageError& e) {
+        options = ParseOptions(argc, argv);
+    } catch (const UsageError& e) {
         std::fprintf(stderr, "ppprun: %s\n", e.what());
-        return kBadInput;
+        return kExitBadInput;
     }
     if (options.version) {
-        std::fputs(ppprun::VersionText().c_str(), stdout);
-        return kDone;
+        std::fputs(VersionText().c_str(), stdout);
+        return kExitDone;
     }
     if (options.help) {
-        std::fputs(ppprun::HelpText().c_str(), stdout);
-        return kDone;
+        std::fputs(HelpText().c_str(), stdout);
+        return kExitDone;
     }
 
     try {
-        const ppprun::RunResult result = options.streaming() ? ppprun::RunStream(options) : ppprun::Run(options);
-        ppprun::PrintSummary(stdout, result);
-        if (!options.summaryJson.empty() && !ppprun::WriteJsonSummary(options.summaryJson, result)) {
+        RunResult result = options.streaming() ? RunStream(options) : Run(options);
+        for (const std::string& finding : CoverageFindings(options, result))
+            result.notes.push_back(finding);
+        const std::string extrapolated = ExtrapolationNote(result);
+        if (!extrapolated.empty())
+            result.notes.push_back(extrapolated);
+        const Verdict verdict = JudgeRun(options, result);
+        PrintSummary(stdout, result);
+        if (!options.summaryJson.empty() && !WriteJsonSummary(options.summaryJson, result)) {
             std::fprintf(stderr, "ppprun: cannot write %s\n", options.summaryJson.c_str());
-            return kBadInput;
+            return kExitBadInput;
         }
-        return kDone;
-    } catch (const ppprun::InputError& e) {
+        if (verdict.code != kExitDone)
+            std::fprintf(stderr, "ppprun: %s\n", verdict.reason.c_str());
+        return verdict.code;
+    } catch (const InputError& e) {
         std::fprintf(stderr, "ppprun: %s\n", e.what());
-        return kBadInput;
+        return kExitBadInput;
     } catch (const pppio::ReadError& e) {
         // Line 0: the file could not be opened or decompressed at all.
         std::fprintf(stderr, "ppprun: %s\n", e.what());
-        return e.line() == 0 ? kBadInput : kMalformed;
+        return e.line() == 0 ? kExitBadInput : kExitMalformed;
     } catch (const std::exception& e) {
         std::fprintf(stderr, "ppprun: internal error: %s\n", e.what());
-        return kInternal;
+        return kExitInternal;
     }
 }

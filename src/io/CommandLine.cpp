@@ -1,5 +1,6 @@
 #include "io/CommandLine.h"
 
+#include <cctype>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
@@ -75,8 +76,11 @@ void parseList(const std::string& option, const std::string& text, double* value
     }
 }
 
-std::string parseSystems(const std::string& option, const std::string& text, const std::string& allowed)
+std::string parseSystems(const std::string& option, const std::string& given, const std::string& allowed)
 {
+    std::string text = given;   // "gre" reads as "GRE"
+    for (char& c : text)
+        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
     std::string systems;
     for (char wanted : allowed)
         if (text.find(wanted) != std::string::npos)
@@ -85,7 +89,7 @@ std::string parseSystems(const std::string& option, const std::string& text, con
         std::string letters;
         for (size_t k = 0; k < allowed.size(); ++k)
             letters += (k ? ", " : "") + std::string(1, allowed[k]);
-        throw UsageError("option " + option + " expects letters of " + letters + ", not '" + text + "'");
+        throw UsageError("option " + option + " expects letters of " + letters + ", not '" + given + "'");
     }
     return systems;
 }

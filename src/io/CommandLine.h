@@ -46,7 +46,7 @@ double parseNumber(const std::string& option, const std::string& text, double lo
 int parseCount(const std::string& option, const std::string& text, int low, int high);
 // n comma-separated finite numbers; `shape` names them in the message ("X,Y,Z in metres").
 void parseList(const std::string& option, const std::string& text, double* values, int n, const char* shape);
-// System letters out of `allowed` (e.g. "GREC"), each once, returned in the order of `allowed`.
+// System letters out of `allowed` (e.g. "GREC"), each once, either case; returned upper-case in the order of `allowed`.
 std::string parseSystems(const std::string& option, const std::string& text, const std::string& allowed);
 
 }  // namespace pppio

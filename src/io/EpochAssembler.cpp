@@ -47,8 +47,12 @@ bool EpochAssembler::assemble(const ObsEpoch& in, tagGPSOBSONEEPO& epoch, tagGMS
         const ObsSatellite& id = in.satellite(sat);
         const int s = LibrarySystemIndex(id.system);
         const int iprn = PackedIndex(id.system, id.prn);
-        if (s >= 0 && m_systemOn[s] && iprn > 0)
+        if (s < 0 || !m_systemOn[s])
+            continue;
+        if (iprn > 0)
             m_order.emplace_back(iprn, sat);
+        else if (id.prn >= 1 && id.prn <= kMaxPrn)
+            ++m_tally.beyondRange[s][id.prn];
     }
     // Packed order; a satellite listed twice keeps its first record.
     std::stable_sort(m_order.begin(), m_order.end(),

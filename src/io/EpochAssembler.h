@@ -37,6 +37,10 @@ struct AssemblyTally {
     long missingProducts = 0;            // satellite-epochs left out for missing orbit or clock
     long broadcast = 0;                  // satellite-epochs on broadcast orbits and clocks
     long missingPerSatellite[MAXSATNUM] = {};
+    // Satellite-epochs of processed systems whose number the library's
+    // packed index cannot hold (Galileo above E30, BeiDou above C35), by
+    // library system (G, R, E, C) and number.
+    long beyondRange[4][kMaxPrn + 1] = {};
     long broadcastPerSatellite[MAXSATNUM] = {};
 };
 

@@ -1,6 +1,7 @@
 #include "io/GpsTime.h"
 
 #include <cmath>
+#include <cstdio>
 
 namespace pppio {
 
@@ -86,6 +87,19 @@ int leapSecondsAt(const tagGPSTIME2& t)
             seconds = leap.seconds;
     }
     return seconds;
+}
+
+std::string calendarText(const tagGPSTIME2& t)
+{
+    tagGPSTIME2 rounded{t.week, std::round(t.sow)};
+    rounded = shiftedTime(rounded, 0.0);
+    tagCOMMONTIME c{};
+    CGNSSTimeConvert().GPSTime2ToCommonTime(&rounded, &c);
+    char text[32];
+    std::snprintf(text, sizeof(text), "%04d-%02d-%02d %02d:%02d:%02d", static_cast<int>(c.year),
+                  static_cast<int>(c.month), static_cast<int>(c.day), static_cast<int>(c.hour),
+                  static_cast<int>(c.minute), static_cast<int>(std::lround(c.second)));
+    return text;
 }
 
 }  // namespace pppio

@@ -30,6 +30,9 @@ inline double secondsBetween(const tagGPSTIME2& later, const tagGPSTIME2& earlie
 // t + seconds with the seconds of week brought back into [0, 604800).
 tagGPSTIME2 shiftedTime(const tagGPSTIME2& t, double seconds);
 
+// "2020-06-25 23:59:30": the calendar time of t to the nearest second.
+std::string calendarText(const tagGPSTIME2& t);
+
 // Seconds to add to a time of the named system ("GPS", "GAL", "BDT", "UTC",
 // "GLO", "TAI", "QZS", "IRN"; blank or "ccc" mean GPS) to get GPS time.
 // UTC and GLO need the leap seconds: pass a negative value when they are
@@ -54,6 +57,7 @@ public:
     }
     int week() const { return m_week; }
     double seconds(const tagGPSTIME2& t) const { return (t.week - m_week) * kSecondsPerWeek + t.sow; }
+    tagGPSTIME2 time(double seconds) const { return shiftedTime(tagGPSTIME2{m_week, 0.0}, seconds); }
 
 private:
     int m_week = 0;

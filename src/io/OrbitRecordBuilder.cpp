@@ -210,7 +210,7 @@ OrbitSource OrbitRecordBuilder::fill(int iprn, const tagGPSTIME2& receive, doubl
         source = OrbitSource::kBroadcast;
     // Broadcast orbits (and orbits corrected by a stream) refer to the phase
     // centre already; they still get the nadir variations.
-    if (source != OrbitSource::kMissing && m_applyAntenna) {
+    if (source != OrbitSource::kMissing && m_applyAntenna && m_antennaSatellites.contains(iprn)) {
         const tagGPSTIME2 transmit = shiftedTime(receive, -code / _LIGHT_SPEED);
         applyAntenna(iprn, transmit, f1, f2, source == OrbitSource::kPrecise, out);
     }

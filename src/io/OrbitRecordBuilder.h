@@ -19,6 +19,7 @@
 #include "common/GNSSTimeConvert.h"
 #include "engine/GNSSEpoch.h"
 #include "io/GpsTime.h"
+#include "io/SatelliteId.h"
 #include "models/GNSSAtx.h"
 #include "models/GNSSErrorCorrection.h"
 
@@ -63,6 +64,9 @@ public:
 
     const ProductSources& sources() const { return m_sources; }
 
+    // Applies the satellite antennas only to these satellites (default: all).
+    void limitAntennasTo(const SatelliteSet& satellites) { m_antennaSatellites = satellites; }
+
     // Precise clock of satellite iprn at t (s, without the relativistic
     // term): the clock file, else the SP3 clocks.
     bool clockAt(int iprn, const tagGPSTIME2& t, double& clock) const;
@@ -94,6 +98,7 @@ private:
 
     ProductSources m_sources;
     bool m_applyAntenna;
+    SatelliteSet m_antennaSatellites = SatelliteSet::all();
     tagCRDCARTESIAN m_sun;
     CGNSSErrorCorrection m_model;               // Sun and satellite attitude
     t_satpcv m_pcv[MAXSATNUM];                  // nadir variations handed to the library

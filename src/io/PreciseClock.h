@@ -41,6 +41,9 @@ public:
     // Satellite clock offset (s) of satellite iprn (1..124) at GPS time t.
     bool clock(int iprn, const tagGPSTIME2& t, double& clock) const;
 
+    // First and last sample time of all satellites; false when empty.
+    bool span(tagGPSTIME2& first, tagGPSTIME2& last) const { return m_table.span(first, last); }
+
     size_t sampleCount(int iprn) const { return m_table.sampleCount(iprn); }
     double nominalInterval(int iprn) const { return m_table.nominalInterval(iprn); }
     const std::vector<std::string>& warnings() const { return m_warnings; }

@@ -1,8 +1,17 @@
 #include "io/PreciseOrbit.h"
 
+#include <cmath>
+
 #include "io/Lagrange.h"
 
 namespace pppio {
+
+namespace {
+
+constexpr double kEarthRotation = 7.2921151467e-5;   // rad/s
+constexpr double kExtrapolationAgreement = 0.5;    // m
+
+}  // namespace
 
 PreciseOrbit::PreciseOrbit() : m_points(kDefaultPoints), m_maxGap(0.0) {}
 
@@ -96,7 +105,7 @@ bool PreciseOrbit::position(int iprn, const tagGPSTIME2& t, double position[3], 
     const double time = m_table.origin().seconds(t);
     size_t first = 0;
     if (!findWindow(*series, time, first))
-        return false;
+        return extrapolate(*series, time, position, velocity);
 
     double x[kMaxPoints], w[kMaxPoints], dw[kMaxPoints];
     bool recordedVelocity = true;
@@ -133,6 +142,62 @@ bool PreciseOrbit::clock(int iprn, const tagGPSTIME2& t, double& clock) const
     if (!a.hasClock || !b.hasClock)
         return false;
     clock = a.clock + f * (b.clock - a.clock);
+    return true;
+}
+
+bool PreciseOrbit::extrapolate(const Series& series, double t, double position[3], double velocity[3]) const
+{
+    const size_t n = series.size();
+    const int m = kDefaultPoints;
+    const size_t points = static_cast<size_t>(m);
+    if (m_extrapolation <= 0.0 || n < points)
+        return false;
+    const bool after = t > series.time(n - 1);
+    const double distance = after ? t - series.time(n - 1) : series.time(0) - t;
+    if (distance <= 0.0 || distance > m_extrapolation)
+        return false;
+    const size_t first = after ? n - points : 0;
+    const double limit = series.gapLimit(m_maxGap);
+    double x[kMaxPoints], node[kMaxPoints][3];
+    for (size_t i = 0; i < points; ++i) {
+        const size_t index = first + i;
+        const Sample& s = series.sample(index);
+        if (!s.hasPosition || (i > 0 && series.time(index) - series.time(index - 1) > limit))
+            return false;
+        x[i] = series.time(index) - t;
+        // The sample as seen from the Earth-fixed frame of time t.
+        const double angle = kEarthRotation * x[i], c = std::cos(angle), sn = std::sin(angle);
+        node[i][0] = c * s.position[0] - sn * s.position[1];
+        node[i][1] = sn * s.position[0] + c * s.position[1];
+        node[i][2] = s.position[2];
+    }
+    double w[kMaxPoints], dw[kMaxPoints], wShort[kMaxPoints];
+    lagrangeWeights(x, m, 0.0, w, dw);
+    // One sample less, dropping the one farthest from t.
+    const int skip = after ? 0 : m - 1;
+    const int offset = after ? 1 : 0;
+    lagrangeWeights(x + offset, m - 1, 0.0, wShort, nullptr);
+    double inertialVelocity[3], disagreement = 0.0;
+    for (int k = 0; k < 3; ++k) {
+        double p = 0.0, v = 0.0, q = 0.0;
+        for (int i = 0; i < m; ++i) {
+            p += w[i] * node[i][k];
+            v += dw[i] * node[i][k];
+            if (i != skip)
+                q += wShort[i - offset] * node[i][k];
+        }
+        position[k] = p;
+        inertialVelocity[k] = v;
+        disagreement += (p - q) * (p - q);
+    }
+    if (std::sqrt(disagreement) > kExtrapolationAgreement)
+        return false;
+    if (velocity) {
+        // Earth-fixed velocity: the rotating frame's share taken off.
+        velocity[0] = inertialVelocity[0] + kEarthRotation * position[1];
+        velocity[1] = inertialVelocity[1] - kEarthRotation * position[0];
+        velocity[2] = inertialVelocity[2];
+    }
     return true;
 }
 

@@ -183,6 +183,25 @@ public:
         return series ? series->nominalInterval() : 0.0;
     }
 
+    // First and last sample time over all satellites; false when empty.
+    bool span(tagGPSTIME2& first, tagGPSTIME2& last) const
+    {
+        bool any = false;
+        double a = 0.0, b = 0.0;
+        for (const Series& series : m_series) {
+            if (series.empty())
+                continue;
+            a = any && a < series.time(0) ? a : series.time(0);
+            b = any && b > series.time(series.size() - 1) ? b : series.time(series.size() - 1);
+            any = true;
+        }
+        if (any && m_origin.isSet()) {
+            first = m_origin.time(a);
+            last = m_origin.time(b);
+        }
+        return any && m_origin.isSet();
+    }
+
     // The series of a satellite with t bracketed for linear interpolation
     // (SampleSeries::bracket with the series' gap limit); null when refused.
     const Series* locate(int iprn, const tagGPSTIME2& t, double explicitGapLimit, size_t& lo, size_t& hi,

@@ -190,7 +190,7 @@ TEST(PpprunSample, MalformedRecordExitsWithThreeAndKeepsTheResults)
     EXPECT_EQ(LineCount(readText(out + "/20200625/ESBC_20200625_sp3_S_GRE.spp")), 20);
 }
 
-TEST(PpprunSample, TruncatedFileEndsCleanly)
+TEST(PpprunSample, TruncatedFileIsProcessedAndEndsWithFive)
 {
     // 30 whole epochs, then half of the 31st with its last line cut.
     std::vector<std::string> lines = testfiles::readLines(kObs);
@@ -198,7 +198,8 @@ TEST(PpprunSample, TruncatedFileEndsCleanly)
     const std::string obs = Scratch("truncated.rnx");
     testfiles::writeLines(obs, lines, true);
     const Outcome r = RunProgram("--obs " + obs + kProducts + " --mode spp --quiet");
-    EXPECT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_EQ(r.exitCode, 5) << r.err;
+    EXPECT_NE(r.err.find(obs + ": the file is truncated"), std::string::npos) << r.err;
     EXPECT_NE(r.out.find("epochs read       30\n"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("result codes      1: 30"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("note"), std::string::npos) << r.out;
@@ -267,7 +268,8 @@ TEST(PpprunPpprtk, ReferenceEpochsOutOfStepAreAllTooOld)
     std::remove(json.c_str());
     const Outcome r = RunProgram("--obs " + kObs + kProducts + " --mode ppprtk --systems GE --aug-obs " + shifted +
                                  " --aug-ref-xyz 3582104.766,532590.178,5232755.139 --quiet --summary " + json);
-    ASSERT_EQ(r.exitCode, 0) << r.err;
+    ASSERT_EQ(r.exitCode, 4) << r.err;
+    EXPECT_NE(r.err.find("240 epochs had too few satellites with corrections"), std::string::npos) << r.err;
     EXPECT_NE(r.out.find("too few corrected 240 epochs failed"), std::string::npos) << r.out;
     const std::string summary = readText(json);
     EXPECT_NE(summary.find("\"result_codes\": {\"0\": 240}"), std::string::npos) << summary;

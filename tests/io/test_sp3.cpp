@@ -185,6 +185,52 @@ TEST(PreciseOrbit, ClockIsLinearAndNothingOutsideTheData)
     EXPECT_FALSE(orbit.clock(125, At(25, 1, 0), clock));
 }
 
+// Extrapolation past the end of the day before and before the start of the
+// day, against the records of the other day; refused beyond the set limit.
+TEST(PreciseOrbit, ExtrapolatesAQuarterHourBeyondTheData)
+{
+    pppio::PreciseOrbit before, day, both;
+    before.load(dataPath(kDayBefore));
+    day.load(dataPath(kDay));
+    both.load(dataPath(kDayBefore));
+    both.load(dataPath(kDay));
+    before.setExtrapolation(900.0);
+    day.setExtrapolation(900.0);
+    tagGPSTIME2 first, last;
+    ASSERT_TRUE(before.span(first, last));
+    EXPECT_EQ(pppio::secondsBetween(last, At(24, 23, 45)), 0.0);
+    // An extrapolation that the shorter polynomial contradicts is refused:
+    // the satellites answered are counted.
+    const struct {
+        const pppio::PreciseOrbit* orbit;
+        double minutes;     // from 2020-06-25 00:00
+        double tolerance;   // m
+        int answered;       // of 8 at least
+    } cases[] = {{&before, -7.5, 0.2, 8}, {&before, -0.5, 1.0, 5}, {&day, -7.5, 0.2, 8}, {&day, -14.5, 1.0, 5}};
+    for (const auto& c : cases) {
+        const tagGPSTIME2 t = pppio::shiftedTime(At(25, 0, 0), c.minutes * 60.0);
+        int answered = 0;
+        for (int iprn : {1, 2, 5, 21, 33, 34, 60, 61}) {
+            SCOPED_TRACE(std::to_string(c.minutes) + " min, satellite " + std::to_string(iprn));
+            double p[3], v[3], truth[3], a[3], b[3];
+            if (!c.orbit->position(iprn, t, p, v))
+                continue;
+            ++answered;
+            ASSERT_TRUE(both.position(iprn, t, truth));
+            EXPECT_LT(Distance(p, truth), c.tolerance);
+            if (c.orbit->position(iprn, pppio::shiftedTime(t, -0.5), a) &&
+                c.orbit->position(iprn, pppio::shiftedTime(t, 0.5), b)) {
+                for (int k = 0; k < 3; ++k)
+                    EXPECT_NEAR(v[k], b[k] - a[k], 1e-3);
+            }
+        }
+        EXPECT_GE(answered, c.answered) << c.minutes;
+    }
+    double xyz[3];
+    EXPECT_FALSE(before.position(1, At(25, 0, 0, 1.0), xyz));
+    EXPECT_FALSE(day.position(1, At(24, 23, 44, 59.0), xyz));
+}
+
 TEST(PreciseOrbit, GapLimitAndBadRecords)
 {
     std::vector<std::string> lines = readLines(dataPath(kDay));
