@@ -419,8 +419,13 @@ Output:
   --version             program and library version
   --help                this text
 
-Exit codes: 0 done; 2 bad options or an unreadable input file; 3 a
-malformed record in an input file (the message names file and line).
+Exit codes: 0 done; 1 internal error; 2 bad options, or an input or
+output file that cannot be used (checked before processing); 3 a
+malformed record or a file of the wrong kind (the message names file and
+line); 4 no solution: no epoch, or fewer than half of the epochs, reached
+the mode's solution (or mode ar fixed no epoch), with the likely cause;
+5 an input file ends early (truncated), all that was read processed.
+Orbits are extrapolated up to 15 minutes beyond the SP3 records.
 )";
 }
 

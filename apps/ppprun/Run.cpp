@@ -1,5 +1,6 @@
 #include "Run.h"
 
+#include <sys/stat.h>
 
 #include <chrono>
 #include <cmath>
@@ -19,6 +20,9 @@ namespace {
 
 void RequireReadable(const std::string& path)
 {
+    struct stat info;
+    if (stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode))
+        throw InputError("cannot read " + path + ": it is a directory, not a file");
     std::FILE* f = std::fopen(path.c_str(), "rb");
     if (!f)
         throw InputError("cannot read " + path + ": " + std::strerror(errno));
@@ -32,7 +36,7 @@ void RequireInputs(const Options& o)
         RequireReadable(path);
     for (const std::string& path : o.clk)
         RequireReadable(path);
-    for (const std::string* path : {&o.atx, &o.nav, &o.sinex})
+    for (const std::string* path : {&o.atx, &o.nav, &o.sinex, &o.upd, &o.bias, &o.augObs})
         if (!path->empty())
             RequireReadable(*path);
 }

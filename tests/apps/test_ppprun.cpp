@@ -54,7 +54,7 @@ TEST(PpprunOptions, HelpDocumentsEveryOptionWithItsDefault)
     EXPECT_EQ(r.exitCode, 0);
     for (const char* option : {"--obs", "--sp3", "--clk", "--atx", "--nav", "--broadcast-fallback", "--sinex",
                                "--mode", "--dynamics", "--systems", "--elev-mask", "--apriori", "--site",
-                               "--weights", "--code-ratios", "--trop-noise", "--no-tide", "--no-windup", "--no-rec-antenna", "--no-sat-antenna",
+                               "--weights", "--code-ratios", "--trop-noise", "--no-tide", "--no-windup", "--no-rec-antenna", "--no-sat-antenna", "--sat-antenna",
                                "--reset-hours", "--time-window", "--interval", "--pos", "--pos-format", "--plot", "--out", "--debug", "--residuals", "--ref", "--summary", "--quiet"}) {
         const size_t at = r.out.find(std::string("\n  ") + option + " ");
         ASSERT_NE(at, std::string::npos) << option;
