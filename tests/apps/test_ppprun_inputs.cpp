@@ -95,3 +95,26 @@ TEST(PpprunInputs, WrongInputsEndWithTheirCodeAndOneLine)
         EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
     }
 }
+
+// An antenna file with G01 and R01 only: the satellites without an antenna
+// are named, and by default no system gets satellite antennas, so the
+// position equals that of --sat-antenna none; with all, G01 and R01 move it.
+TEST(PpprunInputs, PartialSatelliteAntennasAreNamedAndLeftOutPerSystem)
+{
+    const std::string atx = std::string(PPP_SOURCE_DIR) + "/tests/data/igs08_1719_excerpt.atx";
+    const std::string run = "--obs " + kObs + " --sp3 " + kSp3 + " --clk " + kClk + " --atx " + atx +
+                            " --time-window 2020-06-25T00:00:00 2020-06-25T00:30:00 --quiet --sat-antenna ";
+    const Outcome complete = program_test::RunProgram("ppprun", run + "complete-systems");
+    const Outcome none = program_test::RunProgram("ppprun", run + "none");
+    const Outcome all = program_test::RunProgram("ppprun", run + "all");
+    ASSERT_EQ(complete.exitCode, 0) << complete.err;
+    const size_t named = complete.out.find("satellites in use without an antenna in " + atx + ": G02 ");
+    ASSERT_NE(named, std::string::npos) << complete.out;
+    const std::string note = complete.out.substr(named, complete.out.find('\n', named) - named);
+    EXPECT_EQ(note.find("G01"), std::string::npos) << note;
+    EXPECT_EQ(note.find("R01"), std::string::npos) << note;
+    EXPECT_NE(complete.out.find("not applied to system GRE"), std::string::npos) << complete.out;
+    auto finalLine = [](const std::string& out) { return out.substr(out.find("final position"), 60); };
+    EXPECT_EQ(finalLine(complete.out), finalLine(none.out));
+    EXPECT_NE(finalLine(all.out), finalLine(none.out));
+}
