@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "io/Truncation.h"
+
 namespace pppio {
 
 namespace {
@@ -10,13 +12,10 @@ constexpr double kObservationUnit = 1000.0;  // three implied decimals of F14.3
 
 std::string Describe(const ObsSatellite& satellite, const std::string& what)
 {
-    char id[4];
-    id[0] = satellite.system;
-    id[1] = static_cast<char>('0' + satellite.prn / 10);
-    id[2] = static_cast<char>('0' + satellite.prn % 10);
-    id[3] = '\0';
-    return std::string(id) + " " + what;
+    return SatelliteName(satellite) + " " + what;
 }
+
+const char kArcsRestart[] = "; its values come back when its arcs start anew";
 
 }  // namespace
 
@@ -39,7 +38,8 @@ void CompactRinexDecoder::Arc::add(int64_t next)
     filled = m;
 }
 
-CompactRinexDecoder::CompactRinexDecoder(const RinexObsHeader& header) : m_header(header)
+CompactRinexDecoder::CompactRinexDecoder(const RinexObsHeader& header, SkippedRecords* skipped)
+    : m_header(header), m_skipped(skipped)
 {
     m_slot.fill(-1);
 }
@@ -78,13 +78,18 @@ CompactRinexDecoder::FieldResult CompactRinexDecoder::decodeField(const char* be
     return FieldResult::kValue;
 }
 
-void CompactRinexDecoder::failField(const LineReader& in, FieldResult result, const std::string& what)
+std::string CompactRinexDecoder::fieldProblem(FieldResult result, const std::string& what)
 {
     if (result == FieldResult::kBadOrder)
-        in.fail("expected a difference order 0-" + std::to_string(kMaxOrder) + " before '&' for " + what);
+        return "expected a difference order 0-" + std::to_string(kMaxOrder) + " before '&' for " + what;
     if (result == FieldResult::kNoArc)
-        in.fail("expected 'n&' to start a new arc of " + what + ": it has no value to continue");
-    in.fail("expected an integer difference, 'n&' and an integer, or an empty field for " + what);
+        return "expected 'n&' to start a new arc of " + what + ": it has no value to continue";
+    return "expected an integer difference, 'n&' and an integer, or an empty field for " + what;
+}
+
+bool CompactRinexDecoder::isFullEpochLine(const std::string& line) const
+{
+    return CharAt(line, 0) == (EpochLineLayout::of(m_header).rinex2 ? '&' : '>');
 }
 
 void CompactRinexDecoder::applyTextDifference(std::string& text, const char* begin, const char* end)
@@ -103,7 +108,7 @@ bool CompactRinexDecoder::decodeEpochLine(const LineReader& in)
 {
     const bool rinex2 = EpochLineLayout::of(m_header).rinex2;
     const std::string& line = in.line();
-    if (line[0] == (rinex2 ? '&' : '>')) {
+    if (isFullEpochLine(line)) {
         m_decoded.assign(line);
         if (rinex2)
             m_decoded[0] = ' ';
@@ -122,8 +127,18 @@ void CompactRinexDecoder::decodeClock(const LineReader& in, ObsEpoch& epoch)
     const FieldResult result = decodeField(line.data(), line.data() + line.size(), m_clock);
     if (result == FieldResult::kEmpty)
         return;
-    if (result != FieldResult::kValue)
-        failField(in, result, "the receiver clock offset");
+    if (result != FieldResult::kValue) {
+        const std::string problem = fieldProblem(result, "the receiver clock offset");
+        if (!m_skipped || in.truncated())
+            in.fail(problem);
+        // The epoch is kept without its clock offset; the arc has ended.
+        m_clock.active = false;
+        if (!m_clockLossTold)
+            m_skipped->warn(warningAt(in, problem + "; epochs go without a clock offset until its arc starts anew"));
+        m_clockLossTold = true;
+        return;
+    }
+    m_clockLossTold = false;
     double unit = 1.0;
     for (int i = 0; i < EpochLineLayout::of(m_header).clockDecimals; ++i)
         unit *= 10.0;
@@ -146,12 +161,13 @@ CompactRinexDecoder::SatelliteState& CompactRinexDecoder::stateOf(const ObsSatel
     if (state.lastEpoch != m_epochSerial - 1 || state.arcs.size() != count) {
         state.arcs.assign(count, Arc());
         state.flags.assign(2 * count, ' ');
+        state.lossTold = false;
     }
     state.lastEpoch = m_epochSerial;
     return state;
 }
 
-void CompactRinexDecoder::decodeSatellite(const LineReader& in, int sat, ObsEpoch& epoch)
+bool CompactRinexDecoder::decodeSatellite(const LineReader& in, int sat, ObsEpoch& epoch)
 {
     const ObsSatellite& satellite = epoch.satellite(sat);
     const SystemObsTypes& types = TypesOfSatellite(m_header, satellite.system, in);
@@ -163,6 +179,7 @@ void CompactRinexDecoder::decodeSatellite(const LineReader& in, int sat, ObsEpoc
     const char* p = line.data();
     const char* const end = p + line.size();
     bool flagsFollow = false;
+    int endedArc = -1;  // first field continuing an ended arc, when skipping
     for (int k = 0; k < n; ++k) {
         const char* fieldEnd = p;
         while (fieldEnd < end && *fieldEnd != ' ')
@@ -173,8 +190,11 @@ void CompactRinexDecoder::decodeSatellite(const LineReader& in, int sat, ObsEpoc
             const double value = static_cast<double>(arc.value()) / kObservationUnit;
             const double scale = types.scale[static_cast<size_t>(k)];
             row[k].value = scale == 1.0 ? value : value / scale;
+        } else if (result == FieldResult::kNoArc && m_skipped) {
+            // The other fields are decoded on, to keep their arcs in step.
+            endedArc = endedArc < 0 ? k : endedArc;
         } else if (result != FieldResult::kEmpty) {
-            failField(in, result, Describe(satellite, types.codes[static_cast<size_t>(k)]));
+            in.fail(fieldProblem(result, Describe(satellite, types.codes[static_cast<size_t>(k)])));
         }
         if (fieldEnd == end) {  // the fields left out at the end are missing
             for (size_t j = static_cast<size_t>(k) + 1; j < state.arcs.size(); ++j)
@@ -193,19 +213,84 @@ void CompactRinexDecoder::decodeSatellite(const LineReader& in, int sat, ObsEpoc
                 in.fail(Describe(satellite, "flags: expected digits, blanks or '&'"));
         applyTextDifference(state.flags, p, end);
     }
+    if (endedArc >= 0) {
+        if (state.lossTold) {
+            m_skipped->satelliteDroppedAgain();
+        } else {
+            const std::string& code = types.codes[static_cast<size_t>(endedArc)];
+            m_skipped->satelliteDropped(
+                ReadError(in.path(), in.lineNumber(), fieldProblem(FieldResult::kNoArc, Describe(satellite, code))),
+                SatelliteName(satellite), kArcsRestart);
+            state.lossTold = true;
+        }
+        return false;
+    }
+    state.lossTold = false;
     for (size_t k = 0; k < static_cast<size_t>(n); ++k) {
         if (row[k].value == 0.0)
             continue;  // flags of an absent observation stay 0
         row[k].lli = static_cast<uint8_t>(FlagValue(state.flags[2 * k]));
         row[k].ssi = static_cast<uint8_t>(FlagValue(state.flags[2 * k + 1]));
     }
+    return true;
+}
+
+bool CompactRinexDecoder::keepSatellite(const LineReader& in, int sat, ObsEpoch& epoch)
+{
+    try {
+        return decodeSatellite(in, sat, epoch);
+    } catch (const ReadError& error) {
+        RethrowUnlessSkipping(m_skipped, in);
+        endArcs(epoch.satellite(sat));
+        m_skipped->satelliteDropped(error, SatelliteName(epoch.satellite(sat)), kArcsRestart);
+        return false;
+    }
+}
+
+void CompactRinexDecoder::endArcs(const ObsSatellite& satellite)
+{
+    // Arcs touched by a malformed line may hold garbage: none goes on.
+    const int16_t slot = m_slot[static_cast<size_t>(SystemIndex(satellite.system) * (kMaxPrn + 1) + satellite.prn)];
+    if (slot < 0)
+        return;
+    SatelliteState& state = m_states[static_cast<size_t>(slot)];
+    for (Arc& arc : state.arcs)
+        arc.active = false;
+    state.lossTold = true;
 }
 
 EpochStatus CompactRinexDecoder::read(LineReader& in, ObsEpoch& epoch)
 {
-    if (!NextNonBlankLine(in))
-        return EpochStatus::kEnd;
+    const auto fullLine = [this](const std::string& line) { return isFullEpochLine(line); };
+    for (;;) {
+        if (m_lineHeld)
+            m_lineHeld = false;
+        else if (!NextNonBlankLine(in))
+            return EpochStatus::kEnd;
+        // Differenced epoch lines have nothing to apply to until a full one.
+        if (m_referenceLost && !isFullEpochLine(in.line()) && !SkipToLine(in, fullLine))
+            return EpochStatus::kEnd;
+        const long first = in.lineNumber();
+        try {
+            return readEpoch(in, epoch);
+        } catch (const ReadError& error) {
+            RethrowUnlessSkipping(m_skipped, in);
+            m_epochLine.clear();
+            reset();
+            m_referenceLost = true;
+            m_lineHeld = SkipToLine(in, fullLine);
+            m_skipped->epochsSkipped(
+                error, 1,
+                m_lineHeld ? "epochs skipped from line " + std::to_string(first) + " up to line " +
+                                 std::to_string(in.lineNumber()) + ", the next full epoch line"
+                           : "rest of the file skipped from line " + std::to_string(first) +
+                                 ": no full epoch line follows");
+        }
+    }
+}
 
+EpochStatus CompactRinexDecoder::readEpoch(LineReader& in, ObsEpoch& epoch)
+{
     const EpochLineLayout& layout = EpochLineLayout::of(m_header);
     const bool differenced = decodeEpochLine(in);
     epoch.clear(m_header.maxTypeCount());
@@ -214,6 +299,8 @@ EpochStatus CompactRinexDecoder::read(LineReader& in, ObsEpoch& epoch)
     // A full event line is not a reference for the next epoch line.
     if (!epoch.isEvent() || differenced)
         m_epochLine.swap(m_decoded);
+    if (!epoch.isEvent())
+        m_referenceLost = false;
     if (epoch.isEvent())
         return ReadEventRecords(in, fields.count, epoch) ? EpochStatus::kEpoch : EpochStatus::kTruncated;
 
@@ -222,10 +309,20 @@ EpochStatus CompactRinexDecoder::read(LineReader& in, ObsEpoch& epoch)
     if (!in.next())
         return EpochStatus::kTruncated;
     decodeClock(in, epoch);
-    for (int i = 0; i < fields.count; ++i) {
+    for (int i = 0, sat = 0; i < fields.count; ++i) {
         if (!in.next())
             return EpochStatus::kTruncated;
-        decodeSatellite(in, i, epoch);
+        if (m_skipped && isFullEpochLine(in.line())) {  // satellite lines missing
+            m_skipped->satellitesMissing(in, fields.count - i);
+            while (epoch.satelliteCount() > sat)
+                epoch.removeSatellite(epoch.satelliteCount() - 1);
+            m_lineHeld = true;
+            break;
+        }
+        if (keepSatellite(in, sat, epoch))
+            ++sat;
+        else
+            epoch.removeSatellite(sat);
     }
     return EpochStatus::kEpoch;
 }

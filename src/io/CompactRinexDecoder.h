@@ -26,6 +26,20 @@
 // must start an arc, and its flags are taken relative to blanks. Epochs with
 // flag 6 (cycle-slip records) are read like data epochs.
 //
+// Given a SkippedRecords, the decoder goes on past malformed data lines:
+// - a bad field or flag in a satellite's line drops the satellite from the
+//   epoch and ends all its arcs; its later lines that continue an ended arc
+//   drop it again (one warning, each drop counted) until every arc has
+//   started anew ("n&");
+// - a bad clock line leaves the epoch without a clock offset until the
+//   clock's arc starts anew;
+// - a bad epoch line loses the reference of the differenced epoch lines
+//   that follow: reading goes on at the next full epoch line ('>' in 3.0,
+//   '&' in 1.0) with every arc forgotten, and the epochs in between are
+//   counted as one skip;
+// - a full epoch line met where satellite lines were still announced ends
+//   the epoch there, without the missing satellites.
+//
 // Memory stays constant: one state per satellite ever seen, reused.
 #ifndef PPPIO_COMPACTRINEXDECODER_H
 #define PPPIO_COMPACTRINEXDECODER_H
@@ -39,16 +53,18 @@
 #include "io/ObsEpoch.h"
 #include "io/RinexEpochLine.h"
 #include "io/RinexObsHeader.h"
+#include "io/SkippedRecords.h"
 
 namespace pppio {
 
 class CompactRinexDecoder {
 public:
     // Keeps a reference to the header, which may change at event epochs.
-    explicit CompactRinexDecoder(const RinexObsHeader& header);
+    // Without `skipped` every malformed line fails.
+    explicit CompactRinexDecoder(const RinexObsHeader& header, SkippedRecords* skipped = nullptr);
 
     // Reads the next epoch record (data or event). Fails through `in` on a
-    // malformed line.
+    // malformed line that is not skipped.
     EpochStatus read(LineReader& in, ObsEpoch& epoch);
 
     // Forgets every arc and flag, as after new observation types.
@@ -76,17 +92,28 @@ private:
         long lastEpoch = -1;     // serial of the last data epoch holding it
         std::vector<Arc> arcs;   // one per observation type
         std::string flags;       // two characters per type
+        bool lossTold = false;   // its drops for ended arcs are warned of
     };
 
     static FieldResult decodeField(const char* begin, const char* end, Arc& arc);
     static void applyTextDifference(std::string& text, const char* begin, const char* end);
+    static std::string fieldProblem(FieldResult result, const std::string& what);
+    bool isFullEpochLine(const std::string& line) const;
+    EpochStatus readEpoch(LineReader& in, ObsEpoch& epoch);
     bool decodeEpochLine(const LineReader& in);
     void decodeClock(const LineReader& in, ObsEpoch& epoch);
     SatelliteState& stateOf(const ObsSatellite& satellite, int typeCount, const LineReader& in);
-    void decodeSatellite(const LineReader& in, int sat, ObsEpoch& epoch);
-    [[noreturn]] static void failField(const LineReader& in, FieldResult result, const std::string& what);
+    // False when the satellite continues an ended arc and is dropped.
+    bool decodeSatellite(const LineReader& in, int sat, ObsEpoch& epoch);
+    // decodeSatellite, with a malformed line dropping the satellite.
+    bool keepSatellite(const LineReader& in, int sat, ObsEpoch& epoch);
+    void endArcs(const ObsSatellite& satellite);
 
     const RinexObsHeader& m_header;
+    SkippedRecords* m_skipped;
+    bool m_lineHeld = false;       // the current line of the reader starts the next epoch
+    bool m_referenceLost = false;  // waiting for a full epoch line after a bad one
+    bool m_clockLossTold = false;
     std::string m_epochLine;    // last data epoch line, decoded
     std::string m_decoded;      // the epoch line being decoded
     Arc m_clock;

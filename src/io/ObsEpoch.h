@@ -8,6 +8,8 @@
 #ifndef PPPIO_OBSEPOCH_H
 #define PPPIO_OBSEPOCH_H
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -96,6 +98,17 @@ public:
     // Row of a satellite added before, for readers that list the satellites
     // before their observations.
     ObsValue* row(int sat) { return &m_values[index(sat, 0)]; }
+
+    // Removes satellite `sat` (a record found malformed), moving the later
+    // ones up; allocates nothing.
+    void removeSatellite(int sat)
+    {
+        const std::ptrdiff_t stride = m_stride;
+        std::copy(m_satellites.begin() + sat + 1, m_satellites.begin() + m_count, m_satellites.begin() + sat);
+        std::copy(m_values.begin() + (sat + 1) * stride, m_values.begin() + m_count * stride,
+                  m_values.begin() + sat * stride);
+        --m_count;
+    }
 
 private:
     size_t index(int sat, int type) const

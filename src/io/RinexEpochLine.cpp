@@ -121,4 +121,11 @@ const SystemObsTypes& TypesOfSatellite(const RinexObsHeader& header, char system
     return types;
 }
 
+std::string SatelliteName(const ObsSatellite& satellite)
+{
+    const char name[4] = {satellite.system, static_cast<char>('0' + satellite.prn / 10),
+                          static_cast<char>('0' + satellite.prn % 10), '\0'};
+    return name;
+}
+
 }  // namespace pppio

@@ -51,6 +51,9 @@ void AddListedSatellites(const std::string& text, size_t column, int count, cons
 // header has none for it.
 const SystemObsTypes& TypesOfSatellite(const RinexObsHeader& header, char system, const LineReader& in);
 
+// "G05" style name of a satellite, for messages.
+std::string SatelliteName(const ObsSatellite& satellite);
+
 // Loss-of-lock or signal-strength flag from its character: a digit, or 0
 // for a blank; -1 for anything else.
 inline int FlagValue(char c)

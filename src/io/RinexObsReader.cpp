@@ -16,11 +16,13 @@ bool SameTypes(const RinexObsHeader& header, const std::vector<std::vector<std::
 
 }  // namespace
 
-RinexObsReader::RinexObsReader(const std::string& path) : m_in(path), m_plain(m_header)
+RinexObsReader::RinexObsReader(const std::string& path, MalformedRecords policy)
+    : m_in(path), m_plain(m_header, policy == MalformedRecords::kSkip ? &m_skipped : nullptr)
 {
     ReadRinexObsHeader(m_in, m_header);
     if (isCompact())
-        m_compact.reset(new CompactRinexDecoder(m_header));
+        m_compact.reset(
+            new CompactRinexDecoder(m_header, policy == MalformedRecords::kSkip ? &m_skipped : nullptr));
     if (m_header.timeSystem != "GPS")
         m_warnings.push_back(path + ": epoch times are in the time system " + m_header.timeSystem +
                              ", passed on unconverted");
@@ -43,11 +45,17 @@ bool RinexObsReader::next(ObsEpoch& epoch)
     if (m_finished)
         return false;
     epoch.time = m_lastTime;  // kept by an event without a time of its own
-    EpochStatus status = readRecord(epoch);
+    EpochStatus status;
+    try {
+        status = readRecord(epoch);
+    } catch (const ReadError&) {
+        m_skipped.finish();
+        throw;
+    }
     if (status == EpochStatus::kEpoch && m_in.truncated())
         status = EpochStatus::kTruncated;
     if (status != EpochStatus::kEpoch) {
-        m_finished = true;
+        finish();
         if (status == EpochStatus::kTruncated || m_in.truncated())
             m_warnings.push_back(m_in.path() + ": the file is truncated after line " +
                                  std::to_string(m_in.lineNumber()) + "; " + std::to_string(m_epochCount) +
@@ -63,6 +71,12 @@ bool RinexObsReader::next(ObsEpoch& epoch)
         applyEvent(epoch);
     ++m_epochCount;
     return true;
+}
+
+void RinexObsReader::finish()
+{
+    m_finished = true;
+    m_skipped.finish();
 }
 
 void RinexObsReader::applyEvent(ObsEpoch& epoch)

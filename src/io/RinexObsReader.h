@@ -16,10 +16,26 @@
 // defines 0.0 as "not observed"). Times are passed on as written, in the
 // header's time system (GPS for the usual files).
 //
-// Errors: a malformed line throws ReadError naming file, line and what was
-// expected. A file that ends inside an epoch, or whose last line has no line
-// end, or whose gzip stream is cut, ends the reading after the last complete
-// epoch and leaves a warning in warnings().
+// Errors: a malformed header line (also one in the header records of an
+// event) throws ReadError naming file, line and what was expected. In the
+// data, the caller chooses:
+// - MalformedRecords::kStop (the default): a malformed line throws as well;
+// - MalformedRecords::kSkip: the reader drops what the line spoils and goes
+//   on, a satellite's observation line only that satellite, an epoch line
+//   the epoch (see RinexEpochParser.h and CompactRinexDecoder.h for how each
+//   format finds its footing again). Each drop is counted (skippedEpochs(),
+//   skippedSatellites()) and warned of with the error text and what was
+//   dropped, "obs.rnx:1234: expected an observation (F14.3) in columns
+//   20-33; G05 dropped from this epoch"; after 20 such warnings the rest
+//   are summed up in one last warning "N more malformed records skipped".
+//
+//   pppio::RinexObsReader reader(path, pppio::MalformedRecords::kSkip);
+//   while (reader.next(epoch)) use(epoch);
+//   if (reader.skippedEpochs() + reader.skippedSatellites() > 0) report(reader.warnings());
+//
+// Either way, a file that ends inside an epoch, or whose last line has no
+// line end, or whose gzip stream is cut, ends the reading after the last
+// complete epoch and leaves a warning in warnings().
 //
 // Memory: one epoch at a time, in the caller's reusable ObsEpoch.
 #ifndef PPPIO_RINEXOBSREADER_H
@@ -34,13 +50,17 @@
 #include "io/ObsEpoch.h"
 #include "io/RinexEpochParser.h"
 #include "io/RinexObsHeader.h"
+#include "io/SkippedRecords.h"
 
 namespace pppio {
+
+// What the reader does with a malformed data line.
+enum class MalformedRecords { kStop, kSkip };
 
 class RinexObsReader {
 public:
     // Opens the file and reads its header; throws ReadError.
-    explicit RinexObsReader(const std::string& path);
+    explicit RinexObsReader(const std::string& path, MalformedRecords policy = MalformedRecords::kStop);
     RinexObsReader(const RinexObsReader&) = delete;
     RinexObsReader& operator=(const RinexObsReader&) = delete;
 
@@ -50,18 +70,25 @@ public:
 
     // Reads the next epoch record into `epoch`: data epochs and events
     // (flags 2-5, see ObsEpoch::eventRecords) in file order. False at the end
-    // of the data. Throws ReadError for a malformed line.
+    // of the data. Throws ReadError for a malformed line unless skipping.
     bool next(ObsEpoch& epoch);
 
     // Epoch records delivered so far.
     long epochCount() const { return m_epochCount; }
+    // With MalformedRecords::kSkip: epoch records dropped whole, and
+    // satellite records dropped from epochs that were kept.
+    long skippedEpochs() const { return m_skipped.epochs(); }
+    long skippedSatellites() const { return m_skipped.satellites(); }
     // Notes about the file met while reading, e.g. that it was truncated.
     const std::vector<std::string>& warnings() const { return m_warnings; }
 
 private:
     EpochStatus readRecord(ObsEpoch& epoch);
     void applyEvent(ObsEpoch& epoch);
+    void finish();
 
+    std::vector<std::string> m_warnings;
+    SkippedRecords m_skipped{m_warnings};
     LineReader m_in;
     RinexObsHeader m_header;
     RinexEpochParser m_plain;
@@ -69,7 +96,6 @@ private:
     tagCOMMONTIME m_lastTime{};
     long m_epochCount = 0;
     bool m_finished = false;
-    std::vector<std::string> m_warnings;
 };
 
 }  // namespace pppio

@@ -52,12 +52,14 @@ struct FileCopy {
     pppio::RinexObsHeader header;
     std::vector<EpochCopy> epochs;
     std::vector<std::string> warnings;
+    long skippedEpochs;
+    long skippedSatellites;
 };
 
-inline FileCopy ReadAll(const std::string& path)
+inline FileCopy ReadAll(const std::string& path, pppio::MalformedRecords policy = pppio::MalformedRecords::kStop)
 {
     FileCopy file;
-    pppio::RinexObsReader reader(path);
+    pppio::RinexObsReader reader(path, policy);
     pppio::ObsEpoch epoch;
     while (reader.next(epoch)) {
         EpochCopy copy{epoch.time, epoch.gpsTime, epoch.flag, epoch.hasClockOffset, epoch.clockOffset,
@@ -73,6 +75,8 @@ inline FileCopy ReadAll(const std::string& path)
     }
     file.header = reader.header();
     file.warnings = reader.warnings();
+    file.skippedEpochs = reader.skippedEpochs();
+    file.skippedSatellites = reader.skippedSatellites();
     return file;
 }
 

@@ -216,15 +216,21 @@ void FuzzFile(const std::string& source, const std::string& name, unsigned seed)
         }
         const std::string path = testfiles::scratchPath(name);
         testfiles::writeText(path, damaged);
-        try {
-            pppio::RinexObsReader reader(path);
-            pppio::ObsEpoch epoch;
-            while (reader.next(epoch))
-                for (int s = 0; s < epoch.satelliteCount(); ++s)
-                    EXPECT_TRUE(std::isfinite(epoch.obs(s, 0).value));
-        } catch (const pppio::ReadError& e) {
-            EXPECT_EQ(e.file(), path);
-            ++errors;
+        // Skipping stops only where stopping would have stopped already.
+        bool stopped = false;
+        for (pppio::MalformedRecords policy : {pppio::MalformedRecords::kStop, pppio::MalformedRecords::kSkip}) {
+            try {
+                pppio::RinexObsReader reader(path, policy);
+                pppio::ObsEpoch epoch;
+                while (reader.next(epoch))
+                    for (int s = 0; s < epoch.satelliteCount(); ++s)
+                        EXPECT_TRUE(std::isfinite(epoch.obs(s, 0).value));
+            } catch (const pppio::ReadError& e) {
+                EXPECT_EQ(e.file(), path);
+                EXPECT_TRUE(policy == pppio::MalformedRecords::kStop || stopped) << e.what();
+                stopped = true;
+                errors += policy == pppio::MalformedRecords::kStop;
+            }
         }
     }
     EXPECT_GT(errors, 0);  // the damage is noticed, at least sometimes
