@@ -29,7 +29,7 @@ Augmentation::Augmentation(const Options& o, pppio::OrbitRecordBuilder& orbits, 
 {
     m_figures.active = true;
     if (!o.augObs.empty()) {
-        m_reader.reset(new pppio::RinexObsReader(o.augObs));
+        m_reader.reset(new pppio::RinexObsReader(o.augObs, pppio::MalformedRecords::kSkip));
         m_header = m_reader->header();
         m_figures.source = o.augObs;
     } else {

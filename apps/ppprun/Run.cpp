@@ -51,7 +51,7 @@ double ObservationInterval(const std::string& path, const pppio::RinexObsHeader&
 {
     if (header.interval > 0.0)
         return header.interval;
-    pppio::RinexObsReader reader(path);
+    pppio::RinexObsReader reader(path, pppio::MalformedRecords::kSkip);
     pppio::ObsEpoch epoch;
     bool hasFirst = false;
     tagGPSTIME2 first{0, 0.0};
@@ -96,7 +96,8 @@ RunResult Run(const Options& o)
     RunResult result = StartRun(o, o.obs);
 
     const Products products(o, result);
-    pppio::RinexObsReader reader(o.obs);
+    // A corrupt line costs its satellite or epoch, not the rest of the day.
+    pppio::RinexObsReader reader(o.obs, pppio::MalformedRecords::kSkip);
     const pppio::RinexObsHeader& header = reader.header();
 
     const tagGPSTIME2 firstObs = header.hasFirstObs ? GpsTime(header.firstObs) : tagGPSTIME2{0, 0.0};
@@ -154,6 +155,8 @@ RunResult Run(const Options& o)
         augmentation->report(result);
     for (const std::string& warning : reader.warnings())
         result.notes.push_back(warning);
+    result.skippedEpochs = reader.skippedEpochs();
+    result.skippedSatellites = reader.skippedSatellites();
     result.wallSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return result;
 }

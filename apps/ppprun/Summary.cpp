@@ -174,6 +174,9 @@ void PrintSummary(std::FILE* out, const RunResult& r)
     std::fprintf(out, "  processing        mode %s, %s, systems %s\n", r.mode.c_str(), r.dynamics.c_str(),
                  r.systems.c_str());
     std::fprintf(out, "  epochs read       %ld\n", r.epochs);
+    if (r.skippedEpochs + r.skippedSatellites > 0)
+        std::fprintf(out, "  malformed lines   skipped %ld epochs and %ld satellite records (see the notes)\n",
+                     r.skippedEpochs, r.skippedSatellites);
     std::fprintf(out, "  result codes     ");
     for (const auto& code : r.resultCodes)
         std::fprintf(out, " %d: %ld", code.first, code.second);
@@ -259,6 +262,8 @@ bool WriteJsonSummary(const std::string& path, const RunResult& r)
         first = false;
     }
     std::fprintf(f, "},\n");
+    std::fprintf(f, "  \"skipped_epochs\": %ld,\n", r.skippedEpochs);
+    std::fprintf(f, "  \"skipped_satellite_records\": %ld,\n", r.skippedSatellites);
     std::fprintf(f, "  \"satellite_epochs\": %ld,\n", r.tally.satellites);
     std::fprintf(f, "  \"missing_products\": %ld,\n", r.tally.missingProducts);
     std::fprintf(f, "  \"missing_products_by_satellite\": %s,\n",

@@ -83,6 +83,8 @@ struct RunResult {
     std::string systems;               // "GRE"
     std::string coordinates;           // origin of the a-priori coordinates
     long epochs = 0;                   // data epochs read and handed to the library
+    long skippedEpochs = 0;            // epoch records dropped for malformed lines
+    long skippedSatellites = 0;        // satellite records dropped for malformed lines
     std::map<int, long> resultCodes;   // result code of pppos -> epochs
     pppio::AssemblyTally tally;
     std::vector<std::pair<char, std::string>> signals;   // per system: code pairs used

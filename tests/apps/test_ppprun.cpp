@@ -168,26 +168,39 @@ TEST(PpprunSample, UpdExportWritesTheFloatAmbiguitiesOfEveryEpoch)
     }
 }
 
-TEST(PpprunSample, MalformedRecordExitsWithThreeAndKeepsTheResults)
+// A letter inside an observation costs that satellite of epoch 21; a
+// broken epoch line costs epoch 21: both are warned of with file and line,
+// counted, and the run goes on to the end.
+TEST(PpprunSample, CorruptLinesCostTheirSatelliteOrEpochAndTheRunGoesOn)
 {
-    // Epochs 1-20 intact, then a letter inside an observation of epoch 21.
     const std::vector<std::string> lines = testfiles::readLines(kObs);
     const std::vector<size_t> starts = EpochStarts(lines);
     ASSERT_GT(starts.size(), 30u);
-    std::vector<std::string> broken(lines.begin(), lines.begin() + static_cast<long>(starts[25]));
-    const size_t bad = starts[20] + 3;
-    broken[bad].replace(40, 4, "12a4");
-    const std::string obs = Scratch("broken.rnx");
-    testfiles::writeLines(obs, broken);
-    const std::string out = Scratch("broken_out");
-
-    const Outcome r = RunProgram("--obs " + obs + kProducts + " --mode spp --quiet --out " + out);
-    EXPECT_EQ(r.exitCode, 3);
-    EXPECT_EQ(LineCount(r.err), 1) << r.err;
-    EXPECT_NE(r.err.find(obs + ":" + std::to_string(bad + 1) + ":"), std::string::npos) << r.err;
-
-    // The library's name: site, day, product source, static, systems of the epoch.
-    EXPECT_EQ(LineCount(readText(out + "/20200625/ESBC_20200625_sp3_S_GRE.spp")), 20);
+    const struct {
+        const char* name;
+        size_t line;       // index of the corrupted line
+        size_t column;
+        const char* text;
+        const char* skipped;
+        int solvedEpochs;
+    } cases[] = {
+        {"satellite", starts[20] + 3, 40, "12a4", "skipped 0 epochs and 1 satellite records", 25},
+        {"epoch", starts[20], 2, "2O2", "skipped 1 epochs and 0 satellite records", 24},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        std::vector<std::string> broken(lines.begin(), lines.begin() + static_cast<long>(starts[25]));
+        broken[c.line].replace(c.column, 4, c.text);
+        const std::string obs = Scratch(std::string("broken_") + c.name + ".rnx");
+        testfiles::writeLines(obs, broken);
+        const std::string out = Scratch(std::string("broken_") + c.name + "_out");
+        const Outcome r = RunProgram("--obs " + obs + kProducts + " --mode spp --quiet --out " + out);
+        EXPECT_EQ(r.exitCode, 0) << r.err;
+        EXPECT_NE(r.out.find(obs + ":" + std::to_string(c.line + 1) + ":"), std::string::npos) << r.out;
+        EXPECT_NE(r.out.find(c.skipped), std::string::npos) << r.out;
+        // The library's name: site, day, product source, static, systems of the epoch.
+        EXPECT_EQ(LineCount(readText(out + "/20200625/ESBC_20200625_sp3_S_GRE.spp")), c.solvedEpochs);
+    }
 }
 
 TEST(PpprunSample, TruncatedFileIsProcessedAndEndsWithFive)
