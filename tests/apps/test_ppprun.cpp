@@ -4,6 +4,8 @@
 // and mode ppprtk with the sample as its own reference station.
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -410,6 +412,27 @@ TEST(PpprunSample, PositionFilesAndPictureOfATimeWindow)
     for (const char* label : {"error against --ref (m)", "satellites used", "zenith total delay (m)",
                               "hours since the first solution", ">north<", ">Galileo<", ">float<", "ESBC"})
         EXPECT_NE(picture.find(label), std::string::npos) << label;
+}
+
+// The picture as a browser shows it: a headless Chromium, where the machine
+// has one, renders the SVG of the window run above; an empty page of the same
+// size gives a PNG of about 4 KB, the drawn run over 20 KB.
+TEST(PpprunSample, PictureRendersInAHeadlessBrowser)
+{
+    const std::string browser = "/usr/bin/chromium";
+    const std::string svg = Scratch("window.svg");
+    if (access(browser.c_str(), X_OK) != 0 || access(svg.c_str(), R_OK) != 0)
+        GTEST_SKIP() << "no headless browser here (the XML check above stands)";
+    const std::string png = Scratch("window.png");
+    std::remove(png.c_str());
+    const std::string command = browser + " --headless --no-sandbox --disable-gpu --disable-quic --no-first-run "
+                                "--disable-background-networking --disable-component-update --disable-sync "
+                                "--user-data-dir=" + Scratch("browser_profile") + " --window-size=1000,760 "
+                                "--screenshot=" + png + " file://" + svg + " > /dev/null 2>&1";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    const std::string image = readText(png);
+    ASSERT_GT(image.size(), 20000u);
+    EXPECT_EQ(image.compare(1, 3, "PNG"), 0);
 }
 
 TEST(PpprunOptions, VersionNamesProgramAndLibrary)
