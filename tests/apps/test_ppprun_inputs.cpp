@@ -4,6 +4,7 @@
 
 #include <sys/stat.h>
 
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -117,4 +118,22 @@ TEST(PpprunInputs, PartialSatelliteAntennasAreNamedAndLeftOutPerSystem)
     auto finalLine = [](const std::string& out) { return out.substr(out.find("final position"), 60); };
     EXPECT_EQ(finalLine(complete.out), finalLine(none.out));
     EXPECT_NE(finalLine(all.out), finalLine(none.out));
+}
+
+// Without the receiver calibration the marker's antenna height (0.216 m for
+// ESBC) still applies: the heights differ by the antenna's phase centre
+// offset (a few centimetres), not by the antenna height.
+TEST(PpprunInputs, NoReceiverAntennaKeepsTheAntennaHeight)
+{
+    const std::string run = "--obs " + kObs + " --sp3 " + kSp3 + " --clk " + kClk + " --atx " + kSample +
+                            "ESBC_receiver_antenna.atx --ref 3582104.766,532590.178,5232755.139 --quiet";
+    auto upError = [](const std::string& out) {
+        const size_t at = out.find(" U ", out.find("final error"));
+        return at == std::string::npos ? 99.0 : std::stod(out.substr(at + 3));
+    };
+    const Outcome calibrated = program_test::RunProgram("ppprun", run);
+    const Outcome heightOnly = program_test::RunProgram("ppprun", run + " --no-rec-antenna");
+    ASSERT_EQ(heightOnly.exitCode, 0) << heightOnly.err;
+    EXPECT_NE(heightOnly.out.find("receiver antenna height only"), std::string::npos);
+    EXPECT_LT(std::fabs(upError(heightOnly.out) - upError(calibrated.out)), 0.06);
 }
