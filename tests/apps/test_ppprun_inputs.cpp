@@ -123,7 +123,7 @@ TEST(PpprunInputs, PartialSatelliteAntennasAreNamedAndLeftOutPerSystem)
 // Without the receiver calibration the marker's antenna height (0.216 m for
 // ESBC) still applies: the heights differ by the antenna's phase centre
 // offset (a few centimetres), not by the antenna height.
-TEST(PpprunInputs, NoReceiverAntennaKeepsTheAntennaHeight)
+TEST(PpprunInputs, NoReceiverAntennaKeepsTheHeightAndASinexWithoutTheSiteIsNoted)
 {
     const std::string run = "--obs " + kObs + " --sp3 " + kSp3 + " --clk " + kClk + " --atx " + kSample +
                             "ESBC_receiver_antenna.atx --ref 3582104.766,532590.178,5232755.139 --quiet";
@@ -136,4 +136,10 @@ TEST(PpprunInputs, NoReceiverAntennaKeepsTheAntennaHeight)
     ASSERT_EQ(heightOnly.exitCode, 0) << heightOnly.err;
     EXPECT_NE(heightOnly.out.find("receiver antenna height only"), std::string::npos);
     EXPECT_LT(std::fabs(upError(heightOnly.out) - upError(calibrated.out)), 0.06);
+
+    // A SINEX file without the site is said out loud; the run goes on.
+    const std::string sinex = std::string(PPP_SOURCE_DIR) + "/tests/data/igs20P2131_excerpt.snx";
+    const Outcome noSite = program_test::RunProgram("ppprun", run + " --sinex " + sinex);
+    EXPECT_EQ(noSite.exitCode, 0) << noSite.err;
+    EXPECT_NE(noSite.out.find("site ESBC is not in " + sinex), std::string::npos) << noSite.out;
 }
