@@ -42,9 +42,13 @@ std::string CompareSpans(const std::string& noun, const std::string& files, cons
     return "";
 }
 
+// The readers' words for a file that ends early (a file name may hold "truncated" too).
 bool IsTruncation(const std::string& note)
 {
-    return note.find("truncated") != std::string::npos;
+    for (const char* words : {"the file is truncated", "the file looks truncated", "(truncated?)"})
+        if (note.find(words) != std::string::npos)
+            return true;
+    return false;
 }
 
 }  // namespace
