@@ -200,7 +200,6 @@ private:
     int SppUnknownCount() const;       // X, Y, Z and one clock per system present
     bool CountBelowSystems(int32_t count, int32_t extra) const;   // count < systems + extra, unsigned
     void DropUnusableSats(tagGPSOBSONEEPO* epo, const tagGMSP3REC* orb);
-    void MarkUnused(tagGPSOBSONEEPO* epo, int index);
     bool SppSolveAndStore(tagGPSOBSONEEPO* epo, tagSPPONERESULT* res, SmallLsq& lsq, const int* rowSat);
     void SppSolveVelocity(SmallLsq& doppler, tagSPPONERESULT* res);
     void StoreGeodetic(tagSPPONERESULT* res);

@@ -101,10 +101,7 @@ int CGNSSSPP::PPPOneEpoch(tagGPSOBSONEEPO* epo, tagGMSP3REC* orb, tagGMN* nav, t
                                                 m_tropOut, site, nullptr);
     const int flagged = PrefitResiduals(epo, log, logPre, fp);
     if (flagged >= 0) {
-        tagOBSONESAT& s = epo->sat[flagged];
-        s.bUsed = 0;
-        epo->epoHead.nUsedSat--;
-        epo->epoHead.nUsedSys[judge_sys(s.cSys)]--;
+        DropSatellite(*epo, flagged);
         return 1;
     }
     if (!modelOk)
