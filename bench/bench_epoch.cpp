@@ -17,7 +17,8 @@
 #include <string>
 #include <vector>
 
-#include "engine/GNSSSPP.h"
+#include "engine/GNSSEpoch.h"
+#include "engine/GNSSResult.h"
 #include "io/AntennaTable.h"
 #include "io/CarrierFrequencies.h"
 #include "io/EpochAssembler.h"
@@ -28,7 +29,6 @@
 #include "io/RinexObsReader.h"
 #include "io/UpdFile.h"
 #include "io/SiteSetup.h"
-#include "lib/Process.h"
 #include "lib/ppplib.h"
 
 namespace {
@@ -145,7 +145,7 @@ void Run(benchmark::State& state, const Sample& sample, int mode, int posMode)
     for (auto _ : state) {
         t_conf conf{};
         conf.mode = mode;
-        conf.ppp_enable = mode >= 2 ? 1 : 0;
+        conf.ppp_enable = mode >= kModeFloat ? 1 : 0;
         conf.pos_mode = posMode;
         conf.interval = 30.0;
         conf.elev_mask = 7.0;
@@ -160,18 +160,20 @@ void Run(benchmark::State& state, const Sample& sample, int mode, int posMode)
         }
         tagSITE site = sample.site;
         t_ppplib library(std::vector<char>(kSystems, kSystems + 3), &site, &conf);
-        CGNSSSPP& engine = *library.process()->spp;
-        engine.m_set.bSolidTide = engine.m_set.bWindUp = engine.m_set.bRecAntenna = mode >= 2 ? 1 : 0;
-        engine.m_set.bSatAntenna = mode >= 2 && sample.satelliteAntennas ? 1 : 0;
-        if (sample.calibration && mode >= 2)
-            pppio::LoadReceiverPcv(*sample.calibration, engine.m_errorCorrection);
+        const bool ppp = mode >= kModeFloat;
+        t_model_settings model;
+        model.solidTide = model.windUp = model.receiverAntenna = ppp;
+        model.satelliteAntenna = ppp && sample.satelliteAntennas;
+        library.setModelSettings(model);
+        if (sample.calibration && ppp)
+            pppio::LoadReceiverPcv(*sample.calibration, library.errorCorrection());
 
         tagOBSONEEPOONESTA station{0, 0, epoch.get(), nullptr, result.get(), orbit.get()};
         for (size_t i = 0; i < sample.epochs.size(); ++i) {
             *epoch = sample.epochs[i];
             *orbit = sample.orbits[i];
-            t_upd* upd = mode == 4 ? const_cast<t_upd*>(sample.upds[i].data()) : nullptr;
-            solved += library.pppos(&station, upd, nullptr) >= (mode == 4 ? 4 : 1);
+            t_upd* upd = mode == kModeAr ? const_cast<t_upd*>(sample.upds[i].data()) : nullptr;
+            solved += library.pppos(&station, upd, nullptr) >= (mode == kModeAr ? kResultFixed : kResultSpp);
         }
         delete station.smooth;
     }

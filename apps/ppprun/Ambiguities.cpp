@@ -13,14 +13,14 @@ constexpr double kWideLaneElevation = 15.0 * _DEG2RAD;   // the library's fixing
 }  // namespace
 
 Ambiguities::Ambiguities(const Options& o, double interval, const std::string& site)
-    : m_ar(o.mode >= 4 && o.mode != 7), m_updsFromStream(o.streaming() && o.ssr && o.upd.empty() && o.bias.empty()),
+    : m_ar(ResolvesAmbiguities(o.mode)), m_updsFromStream(o.streaming() && o.ssr && o.upd.empty() && o.bias.empty()),
       m_upds(MAXSATNUM)
 {
     if (m_ar && !o.upd.empty())
         m_product = pppio::UpdProduct::read(o.upd);
     if (m_ar && !o.bias.empty())
         m_biases.reset(new pppio::BiasSinex(pppio::BiasSinex::read(o.bias)));
-    if (o.mode == 3) {
+    if (o.mode == kModeUpdExport) {
         const std::string path = o.exportFile.empty() ? o.outDir + "/" + site + ".famb" : o.exportFile;
         m_export.reset(new pppio::AmbiguityExportWriter(path, interval));
         m_figures.exportFile = path;
@@ -54,15 +54,15 @@ t_upd* Ambiguities::upds(const tagGPSTIME2& t, tagGPSOBSONEEPO& epoch)
     return m_upds.data();
 }
 
-void Ambiguities::afterEpoch(int code, const tagSPPONERESULT& solution, const CGNSSSPP& engine,
+void Ambiguities::afterEpoch(int code, const tagSPPONERESULT& solution, const t_ppplib& library,
                              double secondsSinceStart)
 {
-    if (m_export && code == 3)
+    if (m_export && code == kResultUpdExport)
         m_export->append(solution.upds);
-    if (!m_ar || code < 2)
+    if (!m_ar || code < kResultFloat)
         return;
     ArFigures& f = m_figures;
-    const bool fixed = code == 4;
+    const bool fixed = code == kResultFixed;
     if (fixed) {
         ++f.fixedEpochs;
         f.ratioSum += solution.dRatio;
@@ -78,11 +78,11 @@ void Ambiguities::afterEpoch(int code, const tagSPPONERESULT& solution, const CG
     }
     // Wide lanes: GPS satellites other than the reference, high enough to be tried.
     for (int iprn = 1; iprn <= 32; ++iprn) {
-        const tagARSAT& a = engine.m_ar.sat[iprn - 1];
-        if (a.nColumn < 0 || a.nColumn == engine.m_ar.refColumn[0] || a.dElev < kWideLaneElevation)
+        const t_wide_lane_state w = library.wideLane(iprn);
+        if (!w.inFilter || w.reference || w.elevation < kWideLaneElevation)
             continue;
         ++f.wideLaneCandidates;
-        if (a.dWLInt != _AR_WL_NOT_FIXED)
+        if (w.fixed)
             ++f.wideLaneFixed;
     }
 }

@@ -9,10 +9,12 @@
 
 #include "Options.h"
 #include "Summary.h"
-#include "engine/GNSSSPP.h"
+#include "engine/GNSSEpoch.h"
+#include "engine/GNSSResult.h"
 #include "io/AmbiguityExport.h"
 #include "io/BiasSinexReader.h"
 #include "io/UpdFile.h"
+#include "lib/ppplib.h"
 
 namespace ppprun {
 
@@ -27,7 +29,7 @@ public:
     t_upd* upds(const tagGPSTIME2& t, tagGPSOBSONEEPO& epoch);
 
     // After the library's call: the export of mode upd-export and the fixing figures.
-    void afterEpoch(int code, const tagSPPONERESULT& solution, const CGNSSSPP& engine, double secondsSinceStart);
+    void afterEpoch(int code, const tagSPPONERESULT& solution, const t_ppplib& library, double secondsSinceStart);
 
     void report(RunResult& result) const;
 

@@ -155,7 +155,7 @@ void Augmentation::after(int code)
 {
     // Mode ppprtk gives up before the single point positioning when too few
     // satellites have a correction.
-    if (m_o.mode == 7 && code == 0 && m_tooFew)
+    if (m_o.mode == kModePppRtk && code == kResultNoSolution && m_tooFew)
         ++m_figures.tooFewEpochs;
 }
 
@@ -165,7 +165,7 @@ void Augmentation::report(RunResult& result) const
     if (m_figures.withoutPosition > 0)
         result.notes.push_back("the reference stream gave no position (1005/1006) for " +
                                std::to_string(m_figures.withoutPosition) + " epochs: give --aug-ref-xyz");
-    if (m_o.mode != 7)
+    if (m_o.mode != kModePppRtk)
         result.notes.push_back("mode " + ModeName(m_o.mode) +
                                ": the library does not correct the observations with the reference station "
                                "(only mode ppprtk does); the corrections are handed over and counted");

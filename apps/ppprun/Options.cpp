@@ -28,15 +28,15 @@ void ParseWeights(const std::string& option, const std::string& text, double* va
 int ParseMode(const std::string& text)
 {
     if (text == "spp")
-        return 1;
+        return kModeSpp;
     if (text == "ppp")
-        return 2;
+        return kModeFloat;
     if (text == "upd-export")
-        return 3;
+        return kModeUpdExport;
     if (text == "ar")
-        return 4;
+        return kModeAr;
     if (text == "ppprtk")
-        return 7;
+        return kModePppRtk;
     const double mode = pppio::parseNumber("--mode", text);
     if (mode != static_cast<int>(mode) || mode < 0 || mode > 99)
         throw UsageError("option --mode expects spp, ppp, upd-export, ar or a mode number, not '" + text + "'");
@@ -251,24 +251,23 @@ Options ParseOptions(int argc, char** argv)
         throw UsageError("option --broadcast-fallback needs --nav FILE");
     if (!(o.elevMask >= 0.0 && o.elevMask < 90.0))
         throw UsageError("option --elev-mask expects degrees from 0 to 90");
-    if (o.mode >= 2 && !(o.tropWalkMm > 0.0))
+    if (o.mode >= kModeFloat && !(o.tropWalkMm > 0.0))
         throw UsageError("option --trop-noise expects a positive number of mm per square-root hour");
     if (o.resetHours < 0.0)
         throw UsageError("option --reset-hours expects hours, 0 or more");
-    const bool arMode = o.mode >= 4 && o.mode != 7;
-    if (arMode && o.upd.empty() && o.bias.empty() && !(o.streaming() && o.ssr))
+    if (ResolvesAmbiguities(o.mode) && o.upd.empty() && o.bias.empty() && !(o.streaming() && o.ssr))
         throw UsageError("mode " + ModeName(o.mode) + " resolves ambiguities: give --upd FILE or --bias FILE");
     if (!o.upd.empty() && !o.bias.empty())
         throw UsageError("give either --upd or --bias, not both");
-    if (o.mode == 3 && o.exportFile.empty() && o.outDir.empty())
+    if (o.mode == kModeUpdExport && o.exportFile.empty() && o.outDir.empty())
         throw UsageError("mode upd-export writes the float ambiguities: give --export FILE or --out DIR");
     if (!(o.ratio >= 1.0 && o.ratio <= 999.0))
         throw UsageError("option --ratio expects a threshold from 1 to 999");
     if (!o.augObs.empty() && !o.augRtcm.empty())
         throw UsageError("give either --aug-obs FILE or --aug-rtcm SOURCE, not both");
-    if (o.mode == 7 && !o.augmented())
+    if (o.mode == kModePppRtk && !o.augmented())
         throw UsageError("mode ppprtk corrects with a reference station: give --aug-obs FILE or --aug-rtcm SOURCE");
-    if (o.augmented() && o.mode < 6)
+    if (o.augmented() && o.mode < kModeArAug)
         throw UsageError("options --aug-obs and --aug-rtcm need mode 6, ppprtk (7) or 8 and above");
     if (!o.augObs.empty() && !o.hasAugRef)
         throw UsageError("option --aug-obs needs the reference position --aug-ref-xyz X,Y,Z");
@@ -431,17 +430,19 @@ Orbits are extrapolated up to 15 minutes beyond the SP3 records.
 
 std::string ModeName(int mode)
 {
-    if (mode == 1)
-        return "spp";
-    if (mode == 2)
-        return "ppp";
-    if (mode == 3)
-        return "upd-export";
-    if (mode == 4)
-        return "ar";
-    if (mode == 7)
-        return "ppprtk";
-    return std::to_string(mode);
+    switch (mode) {
+    case kModeSpp: return "spp";
+    case kModeFloat: return "ppp";
+    case kModeUpdExport: return "upd-export";
+    case kModeAr: return "ar";
+    case kModePppRtk: return "ppprtk";
+    default: return std::to_string(mode);
+    }
+}
+
+bool ResolvesAmbiguities(int mode)
+{
+    return mode >= kModeAr && mode != kModePppRtk;
 }
 
 std::string DynamicsName(int posMode)

@@ -7,6 +7,7 @@
 
 #include "common/GNSSTimeConvert.h"
 #include "io/CommandLine.h"
+#include "lib/ppplib.h"
 
 namespace ppprun {
 
@@ -26,7 +27,7 @@ struct Options {
     std::string sinex;                // SINEX coordinates
     bool broadcastFallback = false;   // broadcast orbits where precise products are missing
 
-    int mode = 2;                     // library processing mode: 1 SPP, 2 float PPP
+    int mode = kModeFloat;            // library processing mode (t_conf.mode)
     int posMode = 2;                  // 1 fixed, 2 static, 3 kinematic
     std::string systems = "GRE";      // G, R, E, C in this order
     double elevMask = 7.0;            // degrees
@@ -105,6 +106,8 @@ std::string HelpText();
 
 // The processing mode's name ("spp", "ppp") or its number.
 std::string ModeName(int mode);
+// The modes that fix ambiguities with UPDs: kModeAr to kModeArAug and those above kModePppRtk.
+bool ResolvesAmbiguities(int mode);
 std::string DynamicsName(int posMode);
 
 }  // namespace ppprun

@@ -8,7 +8,6 @@
 
 #include "Run.h"
 #include "io/GpsTime.h"
-#include "lib/Process.h"
 
 namespace ppprun {
 
@@ -47,10 +46,10 @@ PositionHeader MakePositionHeader(const Options& o, const tagGPSTIME2* start, co
     h.hasStart = start != nullptr, h.hasEnd = end != nullptr;
     h.start = start ? *start : tagGPSTIME2{0, 0.0};
     h.end = end ? *end : tagGPSTIME2{0, 0.0};
-    h.posMode = o.mode == 1 ? "single" : "ppp-" + DynamicsName(o.posMode) + " (" + ModeName(o.mode) + ")";
+    h.posMode = o.mode == kModeSpp ? "single" : "ppp-" + DynamicsName(o.posMode) + " (" + ModeName(o.mode) + ")";
     h.elevMask = o.elevMask;
     h.ionosphere = "iono-free";
-    h.troposphere = o.mode == 1 ? "a-priori model" : "estimate ztd";
+    h.troposphere = o.mode == kModeSpp ? "a-priori model" : "estimate ztd";
     h.ephemeris = !o.sp3.empty() ? "precise" : (o.ssr ? "broadcast+ssr" : "broadcast");
     const char* const names[4] = {"gps", "glonass", "galileo", "beidou"};
     for (int k = 0; k < 4; ++k)
@@ -120,7 +119,7 @@ void AddAssembly(const Options& o, const pppio::EpochAssembler& assembler, RunRe
 t_conf MakeConfiguration(const Options& o, double interval, const std::string& site)
 {
     t_conf conf{};
-    conf.ppp_enable = o.mode >= 2 ? 1 : 0;
+    conf.ppp_enable = o.mode >= kModeFloat ? 1 : 0;
     conf.pppos_value = TroposphereProcessValue(o.tropWalkMm, interval);
     conf.elev_mask = o.elevMask;
     conf.interval = interval;
@@ -145,17 +144,18 @@ t_conf MakeConfiguration(const Options& o, double interval, const std::string& s
     return conf;
 }
 
-// The physical corrections of the PPP model: on in the PPP modes unless switched off.
-void SetCorrections(const Options& o, CGNSSSPP& engine)
+t_model_settings ModelSettings(const Options& o)
 {
-    const bool ppp = o.mode >= 2;
-    engine.m_set.bSolidTide = ppp && o.solidTide ? 1 : 0;
-    engine.m_set.bWindUp = ppp && o.windUp ? 1 : 0;
+    const bool ppp = o.mode >= kModeFloat;
+    t_model_settings s;
+    s.solidTide = ppp && o.solidTide;
+    s.windUp = ppp && o.windUp;
     // On also without the calibration: the site's offsets carry the antenna height.
-    engine.m_set.bRecAntenna = ppp ? 1 : 0;
-    engine.m_set.bSatAntenna = ppp && o.satAntenna ? 1 : 0;
-    engine.m_set.bHoldAmb = o.hold ? 1 : 0;
-    engine.m_set.dRatioThres = o.ratio;
+    s.receiverAntenna = ppp;
+    s.satelliteAntenna = ppp && o.satAntenna;
+    s.holdAmbiguities = o.hold;
+    s.ratioThreshold = o.ratio;
+    return s;
 }
 
 Products::Products(const Options& o, RunResult& result)
@@ -229,7 +229,7 @@ void NoteSite(const Options& o, const Products& products, const pppio::SiteRepor
 void LimitSatelliteAntennas(const Options& o, const Products& products, const tagGPSTIME2& t,
                             pppio::OrbitRecordBuilder& orbits, RunResult& result)
 {
-    if (o.sp3.empty() || o.atx.empty() || !products.antennas.hasSatellites() || o.mode < 2)
+    if (o.sp3.empty() || o.atx.empty() || !products.antennas.hasSatellites() || o.mode < kModeFloat)
         return;
     const AntennaCoverage c = CoverSatelliteAntennas(o.satAntennas, o.systems, products.orbit, products.antennas, t);
     orbits.limitAntennasTo(c.applied);
@@ -258,9 +258,9 @@ void NoteAntenna(const Options& o, const pppio::SiteReport& site, const pppio::A
         result.notes.push_back("no ANTEX file: antenna height only, no antenna phase centre corrections");
         return;
     }
-    if (!o.recAntenna && o.mode >= 2)
+    if (!o.recAntenna && o.mode >= kModeFloat)
         result.notes.push_back("--no-rec-antenna: receiver antenna height only, no calibration");
-    if (o.mode >= 2 && o.satAntenna && !antennas.hasSatellites())
+    if (o.mode >= kModeFloat && o.satAntenna && !antennas.hasSatellites())
         result.notes.push_back(o.atx + " holds no satellite antennas: satellite antenna offsets are not applied, "
                                "expect a height bias of a few centimetres");
     if (!site.calibration && o.recAntenna) {
@@ -269,7 +269,7 @@ void NoteAntenna(const Options& o, const pppio::SiteReport& site, const pppio::A
     }
     if (site.radomeReplaced)
         result.notes.push_back("receiver antenna '" + site.antenna + "': radome not calibrated, radome NONE used");
-    if (o.mode >= 2 && o.recAntenna && !pcvLoaded)
+    if (o.mode >= kModeFloat && o.recAntenna && !pcvLoaded)
         result.notes.push_back("receiver antenna '" + site.antenna + "': no phase centre variations used");
 }
 
@@ -284,10 +284,10 @@ SiteRun::SiteRun(const Options& o, tagSITE& site, const pppio::SiteReport& repor
     const std::vector<char> systems(o.systems.begin(), o.systems.end());
     // Destroying the facade closes the result files, also when an error ends the run.
     m_library.reset(new t_ppplib(systems, &site, &m_conf));
-    CGNSSSPP& engine = *m_library->process()->spp;
-    SetCorrections(o, engine);
-    const bool pcvLoaded = report.calibration && engine.m_set.bRecAntenna &&
-                           pppio::LoadReceiverPcv(*report.calibration, engine.m_errorCorrection);
+    const t_model_settings model = ModelSettings(o);
+    m_library->setModelSettings(model);
+    const bool pcvLoaded = report.calibration && model.receiverAntenna &&
+                           pppio::LoadReceiverPcv(*report.calibration, m_library->errorCorrection());
     NoteAntenna(o, report, products.antennas, pcvLoaded, result);
 }
 
@@ -308,17 +308,17 @@ int SiteRun::process(const tagGPSTIME2& t, t_upd* upds, t_aug* aug)
     const int code = m_library->pppos(&m_station, upds, aug);
     r.librarySeconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - libraryStart).count();
     const double sinceStart = pppio::secondsBetween(t, m_firstTime);
-    m_ambiguities.afterEpoch(code, *m_solution, *m_library->process()->spp, sinceStart);
+    m_ambiguities.afterEpoch(code, *m_solution, *m_library, sinceStart);
     m_smoothing = m_station.smooth;
     ++r.resultCodes[code];
     if ((m_positions || m_plot) &&
-        TakeSolution(code, *m_solution, *m_library->process(), m_options.posMode, m_solved)) {
+        TakeSolution(code, *m_solution, *m_library, m_solved)) {
         if (m_positions)
             m_positions->write(m_solved);
         if (m_plot)
             m_plot->add(m_solved);
     }
-    if (code >= 1) {
+    if (code >= kResultSpp) {
         std::memcpy(r.finalXyz, m_solution->dPos, sizeof(r.finalXyz));
         r.hasFinal = true;
         if (m_options.hasRef)

@@ -14,7 +14,6 @@
 #include "SatelliteAntennas.h"
 #include "PositionFile.h"
 #include "Summary.h"
-#include "engine/GNSSSPP.h"
 #include "io/AntennaTable.h"
 #include "io/BroadcastOrbit.h"
 #include "io/EpochAssembler.h"
@@ -38,8 +37,9 @@ void AddAssembly(const Options& o, const pppio::EpochAssembler& assembler, RunRe
 
 t_conf MakeConfiguration(const Options& o, double interval, const std::string& site);
 
-// The physical corrections of the PPP model: on in the PPP modes unless switched off.
-void SetCorrections(const Options& o, CGNSSSPP& engine);
+// The physical corrections of the PPP model (on in the PPP modes unless
+// switched off) and the ambiguity-resolution settings of the options.
+t_model_settings ModelSettings(const Options& o);
 
 // Orbits are extrapolated at most this far (s) beyond the SP3 records.
 constexpr double kOrbitExtrapolation = 900.0;

@@ -3,13 +3,13 @@
 // from the library's solution record and filter after each epoch.
 //
 //   EpochSolution s;
-//   if (TakeSolution(code, record, *library.process(), posMode, s))
+//   if (TakeSolution(code, record, library, s))
 //       positions.write(s);
 #ifndef PPPRUN_SOLUTION_H
 #define PPPRUN_SOLUTION_H
 
 #include "engine/GNSSResult.h"
-#include "lib/Process.h"
+#include "lib/ppplib.h"
 
 namespace ppprun {
 
@@ -30,10 +30,9 @@ struct EpochSolution {
 
 // Fills `out` from the record of an epoch with result code `code`; false
 // when the epoch has no position. The PPP covariance comes from the
-// filter's cofactors (carried coordinates in static runs, the epoch block
-// in kinematic ones) scaled to the record's standard deviations; a fixed
-// epoch carries the float covariance.
-bool TakeSolution(int code, const tagSPPONERESULT& record, const t_Process& process, int posMode, EpochSolution& out);
+// filter's cofactors (t_ppplib::positionCofactors) scaled to the record's
+// standard deviations; a fixed epoch carries the float covariance.
+bool TakeSolution(int code, const tagSPPONERESULT& record, const t_ppplib& library, EpochSolution& out);
 
 }  // namespace ppprun
 

@@ -133,7 +133,7 @@ void WriteNmea(std::FILE* out, const tagGPSTIME2& t, const tagSPPONERESULT& solu
     tagCRDGEODETIC blh;
     CGNSSCoordConvert().CartesianToGeodetic(&xyz, &blh, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
     const double utc = std::fmod(t.sow - pppio::leapSecondsAt(t), 86400.0);
-    const int quality = code == 4 ? 4 : code >= 2 ? 5 : 1;
+    const int quality = code == kResultFixed ? 4 : code >= kResultFloat ? 5 : 1;
     const std::string line = ppprt::formatGga(utc, blh.lat * _RAD2DEG, blh.lon * _RAD2DEG, blh.height, quality,
                                               std::min(99, static_cast<int>(solution.nSatNum)));
     std::fputs(line.c_str(), out);
@@ -192,7 +192,7 @@ private:
 StreamRunner::StreamRunner(const Options& o, RunResult& result)
     : m_o(o), m_result(result), m_products(o, result), m_decoder(m_products.broadcast, m_ssr, m_builder),
       m_ssrStates(m_products.broadcast, m_ssr), m_biases(m_ssr), m_useSsr(o.ssr && o.sp3.empty()),
-      m_arFromStream(o.mode >= 4 && o.mode != 7 && o.upd.empty() && o.bias.empty()),
+      m_arFromStream(ResolvesAmbiguities(o.mode) && o.upd.empty() && o.bias.empty()),
       m_header(m_builder.header())
 {
     m_obs.reset(new ppprt::RtcmFeed(Open(o.rtcm, SourceSettings(o))));
@@ -354,7 +354,7 @@ void StreamRunner::process(const pppio::ObsEpoch& epoch, Clock::time_point arriv
         m_augmentation->after(code);
     m_latencies.push_back(std::chrono::duration<double, std::milli>(Clock::now() - arrival).count());
     m_lastTime = t;
-    if (m_nmea && code >= 1)
+    if (m_nmea && code >= kResultSpp)
         WriteNmea(m_nmea, t, m_run->solution(), code);
     pace(t);
 }

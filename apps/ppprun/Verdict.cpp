@@ -17,9 +17,11 @@ std::string SpanText(const TimeSpan& s)
     return pppio::calendarText(s.first) + " to " + pppio::calendarText(s.last);
 }
 
+// Runs judged by their fixed epochs; the augmentation-output mode
+// kModeArAug, which fixes too, is judged by its float ones like PPP.
 bool AmbiguityResolution(const Options& o)
 {
-    return o.mode >= 4 && o.mode != 6 && o.mode != 7;
+    return ResolvesAmbiguities(o.mode) && o.mode != kModeArAug;
 }
 
 // A product's span against the observations': a finding, or empty.
@@ -73,7 +75,7 @@ long SolvedEpochs(const Options& o, const RunResult& r)
 {
     long solved = 0;
     for (const auto& c : r.resultCodes)
-        if (o.mode == 1 ? c.first == 1 : c.first >= 2)
+        if (o.mode == kModeSpp ? c.first == kResultSpp : c.first >= kResultFloat)
             solved += c.second;
     return solved;
 }
@@ -111,7 +113,7 @@ Verdict JudgeRun(const Options& o, const RunResult& r)
         char text[160];
         std::snprintf(text, sizeof(text), "only %ld of %ld epochs (%.0f%%) reached the %s solution", solved,
                       r.epochs, 100.0 * static_cast<double>(solved) / static_cast<double>(r.epochs),
-                      o.mode == 1 ? "single point" : o.mode == 7 ? "PPP-RTK" : "PPP");
+                      o.mode == kModeSpp ? "single point" : o.mode == kModePppRtk ? "PPP-RTK" : "PPP");
         v.code = kExitNoSolution;
         v.reason = text + cause;
     } else if (AmbiguityResolution(o) && r.ar.fixedEpochs == 0) {

@@ -18,7 +18,6 @@
 
 #include "engine/GNSSEpoch.h"
 #include "engine/GNSSResult.h"
-#include "engine/GNSSSPP.h"
 #include "io/AntennaTable.h"
 #include "io/CarrierFrequencies.h"
 #include "io/EpochAssembler.h"
@@ -27,7 +26,6 @@
 #include "io/PreciseOrbit.h"
 #include "io/RinexObsReader.h"
 #include "io/SiteSetup.h"
-#include "lib/Process.h"
 #include "lib/ppplib.h"
 
 int main(int argc, char** argv)
@@ -60,7 +58,7 @@ int main(int argc, char** argv)
         tagSITE site = pppio::BuildSite(reader.header(), request, tagGPSTIME2{0, 0.0}, report);
 
         t_conf conf{};                 // must outlive the library object
-        conf.mode = 2;                 // float PPP
+        conf.mode = kModeFloat;
         conf.ppp_enable = 1;
         conf.pos_mode = 2;             // static
         conf.interval = 30.0;
@@ -71,10 +69,11 @@ int main(int argc, char** argv)
         std::snprintf(conf.res_dir, sizeof(conf.res_dir), "%s", results.c_str());
         std::snprintf(conf.site_name, sizeof(conf.site_name), "%s", report.name.c_str());
         t_ppplib library(std::vector<char>(systems.begin(), systems.end()), &site, &conf);
-        CGNSSSPP& engine = *library.process()->spp;   // the PPP model's corrections are off by default
-        engine.m_set.bSolidTide = 1;
-        engine.m_set.bWindUp = 1;
-        engine.m_set.bRecAntenna = report.calibration && pppio::LoadReceiverPcv(*report.calibration, engine.m_errorCorrection);
+        t_model_settings model;        // the PPP model's corrections are off by default
+        model.solidTide = model.windUp = true;
+        model.receiverAntenna =
+            report.calibration && pppio::LoadReceiverPcv(*report.calibration, library.errorCorrection());
+        library.setModelSettings(model);
 
         // The records handed to the library each epoch, allocated once.
         auto epoch = std::make_unique<tagGPSOBSONEEPO>();
@@ -99,7 +98,7 @@ int main(int argc, char** argv)
         for (const auto& code : codes)
             std::printf("  %d: %d", code.first, code.second);
         std::printf("\nlast position  X %.4f  Y %.4f  Z %.4f m\n", result->dPos[0], result->dPos[1], result->dPos[2]);
-        return codes.count(2) ? 0 : 1;
+        return codes.count(kResultFloat) ? 0 : 1;
     } catch (const std::exception& e) {
         std::fprintf(stderr, "minimal_host: %s\n", e.what());
         return 1;

@@ -9,6 +9,7 @@
 #include <type_traits>
 
 #include "common/GNSSTimeConvert.h"
+#include "common/gnsscmn.h"
 
 struct t_satpcv;
 
@@ -87,6 +88,23 @@ struct tagGPSOBSONEEPO {
     tagEPOHEAD epoHead;
     tagOBSONESAT sat[MAXSATNUM];
 };
+
+// Takes entry `index` out of the epoch's solution: clears its use and lowers
+// the used counts, the per-system one of `system` (judge_sys; an index below 0
+// has no per-system count). The caller knows that the entry was in use.
+inline void DropSatellite(tagGPSOBSONEEPO& epoch, int index, int system)
+{
+    epoch.sat[index].bUsed = 0;
+    --epoch.epoHead.nUsedSat;
+    if (system >= 0)
+        --epoch.epoHead.nUsedSys[system];
+}
+
+// The same, for the system of the entry's letter.
+inline void DropSatellite(tagGPSOBSONEEPO& epoch, int index)
+{
+    DropSatellite(epoch, index, judge_sys(epoch.sat[index].cSys));
+}
 
 // Previous and current epoch, kept between epochs for slip detection.
 // update_epoch allocates it with new at first use and refills it later;

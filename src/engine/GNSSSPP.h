@@ -40,7 +40,8 @@ struct t_ion {
 
 // Run-time settings of the engine, in construction order, with their defaults.
 // The driver sets the interval, the cut-off and its own defaults after
-// construction; a host changes the rest through t_Process::engine().
+// construction; a host changes the PPP model's switches and the ambiguity
+// resolution settings through t_ppplib::setModelSettings.
 struct tagENGINESETTINGS {
     double dInterval = 1.0;          // sampling interval (s); the driver copies t_conf.interval
     int32_t nUpdMinCount = 1;        // minimum UPD quality count for ambiguity resolution (driver: 2)
@@ -200,7 +201,6 @@ private:
     int SppUnknownCount() const;       // X, Y, Z and one clock per system present
     bool CountBelowSystems(int32_t count, int32_t extra) const;   // count < systems + extra, unsigned
     void DropUnusableSats(tagGPSOBSONEEPO* epo, const tagGMSP3REC* orb);
-    void MarkUnused(tagGPSOBSONEEPO* epo, int index);
     bool SppSolveAndStore(tagGPSOBSONEEPO* epo, tagSPPONERESULT* res, SmallLsq& lsq, const int* rowSat);
     void SppSolveVelocity(SmallLsq& doppler, tagSPPONERESULT* res);
     void StoreGeodetic(tagSPPONERESULT* res);

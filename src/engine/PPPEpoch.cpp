@@ -101,10 +101,7 @@ int CGNSSSPP::PPPOneEpoch(tagGPSOBSONEEPO* epo, tagGMSP3REC* orb, tagGMN* nav, t
                                                 m_tropOut, site, nullptr);
     const int flagged = PrefitResiduals(epo, log, logPre, fp);
     if (flagged >= 0) {
-        tagOBSONESAT& s = epo->sat[flagged];
-        s.bUsed = 0;
-        epo->epoHead.nUsedSat--;
-        epo->epoHead.nUsedSys[judge_sys(s.cSys)]--;
+        DropSatellite(*epo, flagged);
         return 1;
     }
     if (!modelOk)
@@ -132,12 +129,8 @@ int CGNSSSPP::PPPOneEpoch(tagGPSOBSONEEPO* epo, tagGMSP3REC* orb, tagGMN* nav, t
     if (q != 0.0)
         UpdateNY_UY_Pre_Tro(ps->NY, ps->UY, ps->ambList, m_timeGap);
 
-    const double resetHours = m_conf->reset_hours;
-    if (resetHours != 0.0 && m_conf->mode != 3 && m_conf->mode != 6) {
-        const int period = Round(std::fabs(resetHours) * 3600.0);
-        if (period > 0 && static_cast<int>(epo->tGpsTime.sow) % period == 0)
-            ResetFilter(ps);
-    }
+    if (PeriodicRestartDue(*m_conf, epo->tGpsTime.sow))
+        ResetFilter(ps);
     if (m_timeGap > 900.0) {
         ResetFilter(ps);
         if (log && logPre && fp) {

@@ -46,13 +46,6 @@ double ContinuousWindUp(double w, double previous)
     return w - n;
 }
 
-void DropSatellite(tagGPSOBSONEEPO* epo, tagOBSONESAT& s)
-{
-    s.bUsed = 0;
-    epo->epoHead.nUsedSat--;
-    epo->epoHead.nUsedSys[judge_sys(s.cSys)]--;
-}
-
 }  // namespace
 
 int CGNSSSPP::GenPPPKinLSM_A_B_P_L_RT(Matrix& A1, Matrix& A2, Matrix& satList, Matrix* P, Matrix& L,
@@ -118,7 +111,7 @@ int CGNSSSPP::GenPPPKinLSM_A_B_P_L_RT(Matrix& A1, Matrix& A2, Matrix& satList, M
         const bool known = slot >= 0 && slot < MAXSATNUM;
         // A satellite without orbit, or of a system without a clock column, cannot be modelled.
         if (!known || !OrbitPresent(orb->sat[slot]) || m >= capacity || systemColumn(s.cSys) < 0) {
-            DropSatellite(epo, s);
+            DropSatellite(*epo, i);
             if (NoEnoughUsedSats(epo))
                 return 0;
             continue;
@@ -147,7 +140,7 @@ int CGNSSSPP::GenPPPKinLSM_A_B_P_L_RT(Matrix& A1, Matrix& A2, Matrix& satList, M
         s.dElev = polar.elevation;
         const double zenith = _PI / 2.0 - polar.elevation;
         if (zenith > (90.0 - m_elevCutoff) * _PI / 180.0) {
-            DropSatellite(epo, s);
+            DropSatellite(*epo, i);
             if (NoEnoughUsedSats(epo))
                 return 0;
             continue;

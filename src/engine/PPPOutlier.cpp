@@ -116,12 +116,7 @@ int CGNSSSPP::DeletePPPOutlier(tagGPSOBSONEEPO* epoch, tagSPPONERESULT* result, 
                                int resultIndex, bool log, bool logPre, FILE* fp, int kind)
 {
     if ((kind == 1 || kind == 2) && epochIndex >= 0) {
-        tagOBSONESAT& s = epoch->sat[epochIndex];
-        s.bUsed = 0;
-        epoch->epoHead.nUsedSat--;
-        const int sys = judge_sys(s.cSys);
-        if (sys >= 0)
-            epoch->epoHead.nUsedSys[sys]--;
+        DropSatellite(*epoch, epochIndex);
         site->RestoreBackup();
         for (int i = 0; i < 4; ++i)
             result->dClk[i] = site->dSavedClk[i];

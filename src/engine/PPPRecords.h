@@ -15,6 +15,21 @@ struct tagGPSOBSSMOOTH;
 struct tagSPPONERESULT;
 struct tagGMSP3REC;
 
+// Processing modes, the values of t_conf.mode. Up to kModeAr each runs the
+// stages of the one before and one more; kModeArLog and kModeArAug run those
+// of kModeAr with other output files; kModePppRtk corrects the observations
+// and runs no float PPP stage. Any value below kModeFloat is single point
+// positioning; one above kModePppRtk runs ambiguity resolution, then PPP-RTK.
+enum : int32_t {
+    kModeSpp = 1,         // single point positioning
+    kModeFloat = 2,       // float PPP
+    kModeUpdExport = 3,   // float PPP and the float ambiguities for UPD estimation
+    kModeAr = 4,          // PPP with ambiguity resolution (and the ".ion" and ".ppprtk" files)
+    kModeArLog = 5,       // the same, with the per-epoch ".amb" log
+    kModeArAug = 6,       // the same, with the ".aug" and ".augpara" files
+    kModePppRtk = 7,      // PPP-RTK: observations corrected by augmentation records
+};
+
 // Processing configuration, owned by the host.
 struct t_conf {
     uint8_t ppp_enable;      // stages after SPP run only when exactly 1
@@ -24,7 +39,7 @@ struct t_conf {
     double reset_hours;      // period of the periodic restart (h); 0 = never
     uint8_t use_epoch_value; // with product_source 3, each epoch may override pppos_value
     int32_t product_source;  // 1 rtp, 2 rix, 3 sp3, 4 pst, 5 epo, 6 lib, other ukn
-    int32_t mode;            // processing mode (0..8+)
+    int32_t mode;            // processing mode, kModeSpp ... kModePppRtk, or above
     int32_t pos_mode;        // dynamics: 1 fixed, 2 static, 3 kinematic, 4 dynamic, other unknown
     ObsWeight weight;        // first five reals normalised in place by the facade
     char res_dir[1024];      // result directory; empty = no result files
@@ -35,6 +50,11 @@ struct t_conf {
     uint8_t out_res;         // residual files
     uint8_t append;          // open result files with "a+" instead of "wb"
 };
+
+// Whether the periodic restart of smoothing and filter (t_conf.reset_hours)
+// falls on the epoch at these seconds of week: at every whole period of the
+// week, and never in kModeUpdExport and kModeArAug.
+bool PeriodicRestartDue(const t_conf& conf, double secondsOfWeek);
 
 // One receiver site, owned by the host.
 struct tagSITE {

@@ -213,7 +213,7 @@ bool CGNSSSPP::SPPOneEpochOneIteraPrecise(tagGPSOBSONEEPO* epo, tagGMN*, tagGMSP
         s.dElev = polar.elevation;
         const double zenith = _PI / 2.0 - s.dElev;
         if (zenith > maxZenith) {
-            MarkUnused(epo, i);
+            DropSatellite(*epo, i);
             if (CountBelowSystems(epo->epoHead.nUsedSat, 3))
                 return false;
             continue;

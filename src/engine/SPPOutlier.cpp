@@ -26,16 +26,6 @@ bool CGNSSSPP::NoOverUsedSats(tagGPSOBSONEEPO* epo)
     return CountBelowSystems(epo->epoHead.nUsedSat, m_nExtraPar + 3);
 }
 
-void CGNSSSPP::MarkUnused(tagGPSOBSONEEPO* epo, int index)
-{
-    tagOBSONESAT& s = epo->sat[index];
-    s.bUsed = 0;
-    --epo->epoHead.nUsedSat;
-    const int sys = judge_sys(s.cSys);
-    if (sys >= 0)
-        --epo->epoHead.nUsedSys[sys];
-}
-
 void CGNSSSPP::GetMaxResidual(int* idx, double* val, tagSPPONERESULT* res)
 {
     *idx = -1;
@@ -82,7 +72,7 @@ int CGNSSSPP::SPPOutlierDetection(tagGPSOBSONEEPO* epo, tagSPPONERESULT* res, in
     const int i = GetSatIndexInEpo(epo, tagGNSSPRN{r.cSys, r.prn, r.iprn});
     if (i < 0 || epo->sat[i].iprn != r.iprn)
         return 0;
-    MarkUnused(epo, i);
+    DropSatellite(*epo, i);
     if (logOn && logEpo && log) {
         const tagCOMMONTIME& t = epo->tTime;
         fprintf(log, "%04d %02d %02d %02d %02d %02d %04d %6.2f  %c%02d  %s: %18.4f \r\n", t.year, t.month, t.day,

@@ -102,6 +102,7 @@ bool t_Process::ReOpen_Res_Files(tagCOMMONTIME* t)
     const std::string base = dayDir + stem;
 
     const int m = conf->mode;
+    const bool ar = m == kModeAr || m == kModeArLog || m == kModeArAug;
     struct Entry {
         bool wanted;
         FILE** handle;
@@ -112,21 +113,21 @@ bool t_Process::ReOpen_Res_Files(tagCOMMONTIME* t)
         {true, &fp_spp, ".spp", nullptr},
         {true, &fp_ppp, ".ppp", nullptr},
         {true, &fp_ppp_pos, ".ppp.pos", kPppPosHeaderLine2},
-        {m == 4 || m == 5 || m == 6, &fp_pppar, ".pppar", nullptr},
-        {m == 4 || m == 5 || m == 6, &fp_pppar_pos, ".pppar.pos", kPppArPosHeaderLine2},
-        {m == 4 || m == 7, &fp_ppprtk, ".ppprtk", nullptr},
+        {ar, &fp_pppar, ".pppar", nullptr},
+        {ar, &fp_pppar_pos, ".pppar.pos", kPppArPosHeaderLine2},
+        {m == kModeAr || m == kModePppRtk, &fp_ppprtk, ".ppprtk", nullptr},
         {conf->out_res != 0, &fp_resc, ".resc", nullptr},
         {conf->out_res != 0, &fp_resp, ".resp", nullptr},
         {conf->out_debug != 0, &fp_outlier, ".outlier", nullptr},
         {conf->out_debug != 0, &fp_slip, ".slip", nullptr},
         {conf->out_debug != 0, &fp_tmp, ".tmp", nullptr},
-        {m == 6, &fp_aug, ".aug", nullptr},
-        {m == 6, &fp_augpara, ".augpara", nullptr},
-        {m == 4, &fp_ion, ".ion", nullptr},
-        {(m == 4 || m == 5) && conf->out_amb, &spp->m_fpWL, ".wl", nullptr},
-        {m == 7 && conf->out_amb, &spp->m_fpAmbWL, ".ambwl", nullptr},
-        {m == 7 && conf->out_amb, &spp->m_fpAmbNL, ".ambnl", nullptr},
-        {m == 5 && conf->out_debug, &fp_amb, ".amb", nullptr},
+        {m == kModeArAug, &fp_aug, ".aug", nullptr},
+        {m == kModeArAug, &fp_augpara, ".augpara", nullptr},
+        {m == kModeAr, &fp_ion, ".ion", nullptr},
+        {(m == kModeAr || m == kModeArLog) && conf->out_amb, &spp->m_fpWL, ".wl", nullptr},
+        {m == kModePppRtk && conf->out_amb, &spp->m_fpAmbWL, ".ambwl", nullptr},
+        {m == kModePppRtk && conf->out_amb, &spp->m_fpAmbNL, ".ambnl", nullptr},
+        {m == kModeArLog && conf->out_debug, &fp_amb, ".amb", nullptr},
     };
     for (const Entry& f : files) {
         if (!f.wanted)

@@ -49,9 +49,9 @@ t_Process::~t_Process()
     if (res_on) {
         closeFile(fp_spp);
         closeFile(fp_ppp);
-        if (mode == 4 || mode == 5)
+        if (mode == kModeAr || mode == kModeArLog)
             closeFile(fp_pppar);
-        if (mode == 7)
+        if (mode == kModePppRtk)
             closeFile(fp_ppprtk);
         if (conf->out_debug) {
             closeFile(fp_outlier);
@@ -65,18 +65,18 @@ t_Process::~t_Process()
     }
     if (ztd_on)
         closeFile(fp_ztd);
-    if (mode == 6) {
+    if (mode == kModeArAug) {
         closeFile(fp_aug);
         closeFile(fp_augpara);
     }
-    if (mode == 4)
+    if (mode == kModeAr)
         closeFile(fp_ion);
-    if (mode == 4 || mode == 5) {
+    if (mode == kModeAr || mode == kModeArLog) {
         if (conf->out_amb)
             closeFile(spp->m_fpWL);
         closeFile(fp_amb);
     }
-    if (mode == 7) {
+    if (mode == kModePppRtk) {
         closeFile(spp->m_fpAmbWL);
         closeFile(spp->m_fpAmbNL);
     }
@@ -148,12 +148,8 @@ void t_Process::writeSppErrorDump(tagOBSONEEPOONESTA* obs)
 bool t_Process::cmp_pre(tagOBSONEEPOONESTA* obs)
 {
     tagGPSOBSONEEPO* epoch = obs->epoch;
-    if (conf->reset_hours != 0.0) {
-        const int period = Round(std::fabs(conf->reset_hours) * 3600.0);
-        const int secondsOfWeek = static_cast<int>(epoch->tGpsTime.sow);
-        if (period > 0 && secondsOfWeek % period == 0 && conf->mode != 3 && conf->mode != 6)
-            std::memset(spp->m_prevEpo, 0, sizeof(tagGPSOBSONEEPO));
-    }
+    if (PeriodicRestartDue(*conf, epoch->tGpsTime.sow))
+        std::memset(spp->m_prevEpo, 0, sizeof(tagGPSOBSONEEPO));
     spp->get_obs_cmb(epoch);
     for (char s : systems)
         if (s == 'C') {

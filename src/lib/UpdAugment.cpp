@@ -76,11 +76,8 @@ bool t_Process::AugmentCorrect(tagGPSOBSONEEPO* epoch, t_aug* aug)
             s.dL1 += gaussrand() / 10.0;
             s.dL2 += gaussrand() / 10.0;
         } else {
-            s.bUsed = 0;
-            epoch->epoHead.nUsedSat--;
-            const int sys = judge_sys(s.iprn);
-            if (sys >= 0)   // a packed index beyond the tables has no system count
-                epoch->epoHead.nUsedSys[sys]--;
+            // The system of the packed index: one beyond the tables has no system count.
+            DropSatellite(*epoch, i, judge_sys(s.iprn));
             if (static_cast<size_t>(epoch->epoHead.nUsedSat) <= systems.size() + 3)
                 return false;
         }

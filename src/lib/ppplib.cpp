@@ -3,6 +3,7 @@
 #include "common/gnsscmn.h"
 #include "engine/GNSSEpoch.h"
 #include "engine/GNSSSPP.h"
+#include "engine/ProcInfoSite.h"
 #include "lib/EpochScreening.h"
 #include "lib/Process.h"
 
@@ -23,7 +24,7 @@ t_ppplib::~t_ppplib()
 int t_ppplib::pppos(tagOBSONEEPOONESTA* obs, t_upd* upd, t_aug* aug)
 {
     if (!obs || !obs->epoch || !obs->result)
-        return -3;
+        return kResultEmptyEpoch;
     // A non-finite override would stay in the filter's troposphere for good.
     const double epochValue = obs->epoch->epoHead.dEpochValue;
     if (m_conf->product_source == 3 && m_conf->use_epoch_value && IsFiniteNumber(epochValue))
@@ -35,40 +36,40 @@ int t_ppplib::pppos(tagOBSONEEPOONESTA* obs, t_upd* upd, t_aug* aug)
     if (check < 0)
         return check;
     if (!reopen(obs))
-        return -2;
+        return kResultFileError;
 
     const int mode = m_conf->mode;
-    if (mode == 7) {
+    if (mode == kModePppRtk) {
         if (!m_process->AugmentCorrect(obs->epoch, aug))
-            return 0;
+            return kResultNoSolution;
         // A correction may have pushed an observation out of range.
         DropUnusableSatellites(obs->epoch, obs->orbit);
     }
     if (!m_process->cmp_spp(obs))
-        return 0;
-    if (mode < 2 || m_conf->ppp_enable != 1)
-        return 1;
+        return kResultNoSolution;
+    if (mode < kModeFloat || m_conf->ppp_enable != 1)
+        return kResultSpp;
     if (!m_process->cmp_pre(obs))
-        return -1;
-    if (mode != 7) {
+        return kResultPreprocessingFailed;
+    if (mode != kModePppRtk) {
         if (!m_process->cmp_ppp(obs))
-            return 0;
-        if (mode < 3)
-            return 2;
+            return kResultNoSolution;
+        if (mode < kModeUpdExport)
+            return kResultFloat;
     }
-    if (mode == 3)
-        return m_process->cmp_input_upd(obs) ? 3 : 0;
-    if (mode != 7) {
+    if (mode == kModeUpdExport)
+        return m_process->cmp_input_upd(obs) ? kResultUpdExport : kResultNoSolution;
+    if (mode != kModePppRtk) {
         if (!upd)
-            return 0;
+            return kResultNoSolution;
         if (!m_process->cmp_pppar(obs, upd))
-            return 2;
-        if (mode < 7)
-            return 4;
+            return kResultFloat;
+        if (mode < kModePppRtk)
+            return kResultFixed;
     }
     if (m_process->cmp_ppprtk(obs, aug))
-        return mode > 7 ? mode : 6;
-    return aug ? 2 : 0;
+        return mode > kModePppRtk ? mode : kResultPppRtk;
+    return aug ? kResultFloat : kResultNoSolution;
 }
 
 int t_ppplib::judge(tagOBSONEEPOONESTA* obs)
@@ -76,7 +77,7 @@ int t_ppplib::judge(tagOBSONEEPOONESTA* obs)
     const tagGPSOBSONEEPO* epoch = obs->epoch;
     const int firstSystem = m_systems.empty() ? -1 : judge_sys(m_systems.front());
     if (firstSystem < 0 || epoch->epoHead.nSysSat[firstSystem] == 0)
-        return -5;
+        return kResultTooFewSatellites;
 
     char present[4];
     int count = 0;
@@ -90,11 +91,11 @@ int t_ppplib::judge(tagOBSONEEPOONESTA* obs)
     // A record that is not an epoch at all (counts beyond its capacity, a
     // calendar or GPS time out of range) is refused like an empty one.
     if (epoch->tTime.year == 0 || !EpochRecordIsSound(*epoch))
-        return -3;
+        return kResultEmptyEpoch;
     if (m_conf->interval == 0.0)
-        return -4;
+        return kResultNoInterval;
     if (static_cast<size_t>(epoch->nSatNum) < m_systems.size() + 3)
-        return -5;
+        return kResultTooFewSatellites;
     return 1;
 }
 
@@ -115,4 +116,66 @@ bool t_ppplib::reopen(tagOBSONEEPOONESTA* obs)
         return p.ReOpen_IGSZTD_File(&t, &gt);
     }
     return true;
+}
+
+void t_ppplib::setModelSettings(const t_model_settings& settings)
+{
+    tagENGINESETTINGS& s = m_process->spp->m_set;
+    s.bSolidTide = settings.solidTide ? 1 : 0;
+    s.bWindUp = settings.windUp ? 1 : 0;
+    s.bRecAntenna = settings.receiverAntenna ? 1 : 0;
+    s.bSatAntenna = settings.satelliteAntenna ? 1 : 0;
+    s.bHoldAmb = settings.holdAmbiguities ? 1 : 0;
+    s.dRatioThres = settings.ratioThreshold;
+}
+
+t_model_settings t_ppplib::modelSettings() const
+{
+    const tagENGINESETTINGS& s = m_process->spp->m_set;
+    t_model_settings settings;
+    settings.solidTide = s.bSolidTide != 0;
+    settings.windUp = s.bWindUp != 0;
+    settings.receiverAntenna = s.bRecAntenna != 0;
+    settings.satelliteAntenna = s.bSatAntenna != 0;
+    settings.holdAmbiguities = s.bHoldAmb != 0;
+    settings.ratioThreshold = s.dRatioThres;
+    return settings;
+}
+
+CGNSSErrorCorrection& t_ppplib::errorCorrection()
+{
+    return m_process->spp->m_errorCorrection;
+}
+
+bool t_ppplib::positionCofactors(double q[3][3]) const
+{
+    // Static: the carried parameters are the troposphere, then X, Y, Z.
+    // Kinematic and dynamic: the epoch parameters are X, Y, Z, then the clocks.
+    const PROCINFOSITE* state = m_process->site_state;
+    const int dynamics = m_conf->pos_mode;
+    if (!state || dynamics < 2)
+        return false;
+    const math::matrix<double>& cofactors = dynamics == 2 ? state->Qxx : state->Q11;
+    const unsigned first = dynamics == 2 ? 1 : 0;
+    if (cofactors.RowNo() < first + 3 || cofactors.ColNo() < first + 3)
+        return false;
+    for (unsigned i = 0; i < 3; ++i)
+        for (unsigned j = 0; j < 3; ++j)
+            q[i][j] = cofactors(first + i, first + j);
+    return true;
+}
+
+t_wide_lane_state t_ppplib::wideLane(int iprn) const
+{
+    t_wide_lane_state state;
+    const int system = judge_sys(iprn);
+    if (iprn < 1 || iprn > MAXSATNUM || system < 0)
+        return state;
+    const tagARSTATE& ar = m_process->spp->m_ar;
+    const tagARSAT& a = ar.sat[iprn - 1];
+    state.inFilter = a.nColumn >= 0;
+    state.reference = state.inFilter && a.nColumn == ar.refColumn[system];
+    state.elevation = a.dElev;
+    state.fixed = a.dWLInt != _AR_WL_NOT_FIXED;
+    return state;
 }
