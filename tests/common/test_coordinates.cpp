@@ -94,15 +94,11 @@ TEST(Coordinates, TopocentricRoundTripAxesAndPolarForm)
 TEST(Coordinates, GetAtanKeepsItsQuadrantRules)
 {
     CGNSSCoordConvert cc;
-    EXPECT_DOUBLE_EQ(cc.Get_atan(0.0, -1.0), 2.0 * kPi);
-    EXPECT_DOUBLE_EQ(cc.Get_atan(1.0, 0.0), kPi / 2.0);
-    EXPECT_DOUBLE_EQ(cc.Get_atan(-1.0, 1.0), 7.0 * kPi / 4.0);
-    EXPECT_DOUBLE_EQ(cc.Get_atan(0.0, 1.0), 0.0);
-    EXPECT_DOUBLE_EQ(cc.Get_atan(1.0, -1.0), 3.0 * kPi / 4.0);
-    EXPECT_DOUBLE_EQ(cc.Get_atan(-1.0, -1.0), 5.0 * kPi / 4.0);
-    EXPECT_DOUBLE_EQ(cc.Get_atan(-1.0, 0.0), 3.0 * kPi / 2.0);
-    EXPECT_DOUBLE_EQ(cc.Get_atan(-1.0, 1e-12), 7.0 * kPi / 2.0);
-    EXPECT_DOUBLE_EQ(cc.Get_atan(-1.0, -1e-12), 5.0 * kPi / 2.0);
+    const double cases[][3] = {{0.0, -1.0, 2.0}, {1.0, 0.0, 0.5}, {-1.0, 1.0, 1.75}, {0.0, 1.0, 0.0},
+                               {1.0, -1.0, 0.75}, {-1.0, -1.0, 1.25}, {-1.0, 0.0, 1.5}, {-1.0, 1e-12, 3.5},
+                               {-1.0, -1e-12, 2.5}};   // y, x, angle / pi
+    for (const auto& c : cases)
+        EXPECT_DOUBLE_EQ(cc.Get_atan(c[0], c[1]), c[2] * kPi) << c[0] << " " << c[1];
 }
 
 }  // namespace

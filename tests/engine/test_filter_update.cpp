@@ -34,19 +34,6 @@ struct FilterUpdate : ::testing::Test {
     Matrix spare;
 };
 
-TEST_F(FilterUpdate, AllIdentifiersPresentAddAtTheirTargetPositions)
-{
-    Random r(2);
-    const Matrix target = RowOf({10, 11, 12}), current = RowOf({12, 10, 11});
-    const Matrix N = r.SymmetricPositive(3), U = r.Fill(3, 1, -1, 1);
-    Matrix NY = r.SymmetricPositive(3), UY = r.Fill(3, 1, -1, 1);
-    Matrix wantN = NY, wantU = UY;
-    Embed(wantN, wantU, N, U, current, target);
-    ASSERT_EQ(spp.UpdateMatrix_NY_UY(NY, UY, N, U, target, current, spare), 1);
-    EXPECT_LT(MaxAbsDiff(NY, wantN), 1e-13);
-    EXPECT_LT(MaxAbsDiff(UY, wantU), 1e-13);
-}
-
 TEST_F(FilterUpdate, ParameterMissingFromTheTargetIsEliminatedNotDropped)
 {
     Random r(3);
@@ -120,9 +107,6 @@ struct Prediction : FilterUpdate {
 TEST_F(Prediction, NothingToDoWithoutEquationsOrAmbiguities)
 {
     engine.conf.pppos_value = 1.0;
-    Matrix NY, UY;
-    EXPECT_EQ(spp.UpdateNY_UY_Pre_Tro(NY, UY, Matrix(2, 3), 30.0), 1);
-    EXPECT_EQ(NY.RowNo(), 0u);
     Random r(5);
     NY = r.SymmetricPositive(4);
     UY = r.Fill(4, 1, -1, 1);

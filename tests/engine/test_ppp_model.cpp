@@ -288,19 +288,6 @@ struct Prefit : ::testing::Test {
     std::unique_ptr<tagGPSOBSONEEPO> epo = std::make_unique<tagGPSOBSONEEPO>();
 };
 
-TEST_F(Prefit, FortyMetreCodeOutlierIsFlaggedAndLogged)
-{
-    Fill(12);
-    epo->sat[7].dOmcPIF = 40.0;
-    TempFile log;
-    EXPECT_EQ(engine.spp->PrefitResiduals(epo.get(), true, true, log.fp()), 7);
-    // Epoch number: 3723 s of the day at 30 s, plus one. The mean and sigma
-    // conversions of the line have no conversion letter and print as they stand.
-    char want[160];
-    std::snprintf(want, sizeof(want), "2020 06 25 01 02 03 2111 349323.00      125  G08 OMC ppp: %18.4f ", 40.0);
-    EXPECT_EQ(log.Text(), std::string(want) + "%18.4 %18.4 \r\n");
-}
-
 TEST_F(Prefit, NeedsThreeSigmaAndThirtyMetresAndTheLastOutlierWins)
 {
     const struct {
@@ -329,12 +316,18 @@ TEST_F(Prefit, NeedsThreeSigmaAndThirtyMetresAndTheLastOutlierWins)
     epo->sat[3].dOmcPIF = 1000.0;
     epo->epoHead.nUsedSat = 29;
     EXPECT_EQ(engine.spp->PrefitResiduals(epo.get(), false, false, nullptr), -1);
-    // Logs off: flagged, nothing written.
-    TempFile quiet;
-    Fill(12);
-    epo->sat[2].dOmcPIF = 40.0;
-    EXPECT_EQ(engine.spp->PrefitResiduals(epo.get(), true, false, quiet.fp()), 2);
-    EXPECT_EQ(quiet.Text(), "");
+    // Logs off: flagged, nothing written; on: one line. Epoch number: 3723 s
+    // of the day at 30 s, plus one. The mean and sigma conversions of the line
+    // have no conversion letter and print as they stand.
+    for (bool logOn : {false, true}) {
+        TempFile file;
+        Fill(12);
+        epo->sat[7].dOmcPIF = 40.0;
+        EXPECT_EQ(engine.spp->PrefitResiduals(epo.get(), true, logOn, file.fp()), 7);
+        EXPECT_EQ(file.Text(), logOn ? "2020 06 25 01 02 03 2111 349323.00      125  G08 OMC ppp: "
+                                       "           40.0000 %18.4 %18.4 \r\n"
+                                     : "");
+    }
 }
 
 }  // namespace

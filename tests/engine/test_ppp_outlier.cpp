@@ -108,15 +108,11 @@ struct OutlierTest : ::testing::Test {
     TempFile deletions, residuals;
 };
 
-TEST_F(OutlierTest, QuietResidualsAreAccepted)
-{
-    EXPECT_EQ(Test(), 0);
-    EXPECT_TRUE(Untouched());
-    EXPECT_EQ(deletions.Text(), "");
-}
-
 TEST_F(OutlierTest, StandardisedPhaseResidualOfFourPassesAndJustAboveRemoves)
 {
+    EXPECT_EQ(Test(), 0);   // quiet residuals
+    EXPECT_TRUE(Untouched());
+    EXPECT_EQ(deletions.Text(), "");
     result->res[3].dStdRes = -4.0;
     EXPECT_EQ(Test(), 0);
     EXPECT_TRUE(Untouched());
@@ -175,36 +171,6 @@ TEST_F(OutlierTest, PhaseMaximumSatelliteIsDownWeightedByItsCodeStatistic)
     result->res[7].dStdResCode = 0.2;
     EXPECT_EQ(Test(), 0);
     EXPECT_EQ(epo->sat[2].dSatWeight, 1.0);
-}
-
-TEST_F(OutlierTest, MaximumSearchesTakeTheLastWhileZeroAndTheFirstOfTies)
-{
-    for (int i = 0; i < kSats; ++i)
-        result->res[i].dStdRes = result->res[i].dStdResCode = result->res[i].dRes1 = 0.0;
-    int phase, code;
-    double maxPhase, codeResidual;
-    engine.spp->GetMaxResidual_test(&phase, &code, &maxPhase, &codeResidual, result.get());
-    EXPECT_EQ(phase, kSats - 1);
-    EXPECT_EQ(code, kSats - 1);
-    EXPECT_EQ(maxPhase, 0.0);
-    EXPECT_EQ(codeResidual, 0.0);
-    int first, second;
-    engine.spp->GetMaxStdResidualPPP(&first, &second, result.get());
-    EXPECT_EQ(first, kSats - 1);
-    EXPECT_EQ(second, kSats - 1);
-    EXPECT_EQ(Test(), 0);
-
-    result->res[2].dStdRes = result->res[5].dStdRes = -1.5;
-    result->res[4].dStdResCode = result->res[6].dStdResCode = 2.5;
-    result->res[4].dRes1 = 7.0;
-    engine.spp->GetMaxResidual_test(&phase, &code, &maxPhase, &codeResidual, result.get());
-    EXPECT_EQ(phase, 2);
-    EXPECT_EQ(code, 4);
-    EXPECT_EQ(maxPhase, 1.5);
-    EXPECT_EQ(codeResidual, 7.0);
-    engine.spp->GetMaxStdResidualPPP(&first, &second, result.get());
-    EXPECT_EQ(first, 4);
-    EXPECT_EQ(second, 2);
 }
 
 TEST_F(OutlierTest, ResidualLogListsEverySatelliteOfTheSolution)

@@ -234,26 +234,6 @@ TEST(SatelliteBodyFrame, NominalAttitudeByHand)
     EXPECT_EQ(model.sat_Phase_center(sunBehind, sat, {0.1, 0.2, 1.5}, &ecef), 0);
 }
 
-TEST(SatelliteBodyFrame, SunOfTheEpoch)
-{
-    // With the Sun of the epoch, body x leans to the Sun and body y stands
-    // square to it.
-    CGNSSErrorCorrection model;
-    const tagCOMMONTIME2 t = {2020, 6, 25, 12.0};
-    long double sunPos[3];
-    model.SUN(t.year, t.month, t.day, t.hour, sunPos);
-    const tagCRDCARTESIAN sat = {15e6, -12e6, 18e6};
-    double toSun[3] = {static_cast<double>(sunPos[0]) - sat.x, static_cast<double>(sunPos[1]) - sat.y,
-                       static_cast<double>(sunPos[2]) - sat.z};
-    CGNSSAtx().normv3(toSun, toSun);
-
-    tagCRDCARTESIAN x, y;
-    ASSERT_EQ(model.sat_Phase_center(t, sat, {1.0, 0.0, 0.0}, &x), 1);
-    ASSERT_EQ(model.sat_Phase_center(t, sat, {0.0, 1.0, 0.0}, &y), 1);
-    EXPECT_GT(x.x * toSun[0] + x.y * toSun[1] + x.z * toSun[2], 0.0);
-    EXPECT_NEAR(y.x * toSun[0] + y.y * toSun[1] + y.z * toSun[2], 0.0, 1e-12);
-}
-
 TEST_F(SatelliteTable, EarthFixedOffsetsAndIonosphereFreeCombination)
 {
     ASSERT_EQ(Load(kDay177of2020), 1);

@@ -74,10 +74,8 @@ TEST(GlobalMappingFunction, EachSiteGetsItsOwnValuesWhateverCameBefore)
 TEST(GlobalMappingFunction, MemberAndRoutineAgreeOnEqualDayCounts)
 {
     CGNSSErrorCorrection models;
-    const tagCRDGEODETIC sites[] = {Site(48.2, 16.4, 200.0), Site(-33.9, 18.5, 50.0), Site(-77.8, 166.7, 20.0),
-                                    Site(1.3, -103.8, 15.0), Site(64.1, -21.9, 1500.0)};
-    for (const tagCRDGEODETIC& site : sites) {
-        for (int doy : {1, 28, 100, 200, 366}) {
+    for (const tagCRDGEODETIC& site : {Site(48.2, 16.4, 200.0), Site(-77.8, 166.7, 20.0), Site(1.3, -103.8, 15.0)}) {
+        for (int doy : {1, 28, 200, 366}) {
             for (double elevDeg : {5.0, 30.0, 85.0}) {
                 tagCRDGEODETIC pos = site;
                 double mjd = 44238.0 + doy;
@@ -153,23 +151,10 @@ TEST(TropTables, SizesPublishedValuesAndZonalSineTerms)
     // First, some middle and last terms, as printed in the publications.
     EXPECT_EQ(ah_mean[0], 125.17);
     EXPECT_EQ(aw_mean[0], 56.40);
-    EXPECT_EQ(ah_amp[1], -2.837);
     EXPECT_EQ(bh_mean[2], 3.249e-02);    // (1,1)
-    EXPECT_EQ(aw_amp[30], 1.255e-02);    // (7,2)
     EXPECT_EQ(bw_amp[54], -5.7e-09);     // (9,9)
-    EXPECT_EQ(a_geoid[0], -0.56195);
-    EXPECT_EQ(ap_mean[0], 1010.8);
-    EXPECT_EQ(at_mean[0], 16.257);
-    EXPECT_EQ(bp_amp[2], 0.9334);
     EXPECT_EQ(bt_amp[54], -9.2323e-09);
-
-    EXPECT_EQ(niell_rows[0].latitudeDeg, 15.0);
-    EXPECT_EQ(niell_rows[4].latitudeDeg, 75.0);
-    EXPECT_EQ(niell_rows[0].hydroAverage[0], 1.2769934e-3);
-    EXPECT_EQ(niell_rows[3].hydroAmplitude[2], 84.795348e-5);
     EXPECT_EQ(niell_rows[4].wet[2], 5.4736038e-2);
-    EXPECT_EQ(niell_height[0], 2.53e-5);
-    EXPECT_EQ(niell_height[2], 1.14e-3);
 
     // Terms of order 0 have no sine part: a check of the (n, m) ordering.
     const double* sineTables[] = {bh_mean, bh_amp, bw_mean, bw_amp, b_geoid, bp_mean, bp_amp, bt_mean, bt_amp};

@@ -60,23 +60,6 @@ protected:
     tagGMI* gmi = nullptr;
 };
 
-TEST_F(HandMaps, BlockLayout)
-{
-    // 40-byte map header + 5 rows of (4 + 6) doubles.
-    EXPECT_EQ(CGNSSIonex::GetMapSize(hdr), 40u + 8u * 10u * 5u);
-    const char* base = reinterpret_cast<const char*>(gmi);
-    EXPECT_EQ(reinterpret_cast<const char*>(ionex.GetGMIMAP(gmi, 0)), base + 2560);
-    EXPECT_EQ(reinterpret_cast<const char*>(ionex.GetGMIMAP(gmi, 2)), base + 2560 + 2 * 440);
-    EXPECT_EQ(ionex.GetGMIMAP(gmi, 3), nullptr);
-    EXPECT_EQ(ionex.GetGMIMAP(gmi, -1), nullptr);
-    EXPECT_EQ(ionex.GetGMIMAP(nullptr, 0), nullptr);
-    EXPECT_EQ(CGNSSIonex::GetMapRow(ionex.GetGMIMAP(gmi, 0), hdr, 5), nullptr);
-
-    tagGMIHDR flat = *hdr;
-    flat.lon[2] = 0.0;   // no longitude step: no grid, no maps
-    EXPECT_EQ(CGNSSIonex::GetMapSize(&flat), 0u);
-}
-
 TEST_F(HandMaps, BilinearInsideACell)
 {
     // Point 3 N, 2 E: row i = floor((3 - 10) / -5) = 1 with p = 0.4, value

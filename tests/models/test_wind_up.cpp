@@ -2,10 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdio>
-#include <map>
-#include <string>
-#include <vector>
 
 #include "models/GNSSErrorCorrection.h"
 
@@ -78,108 +74,6 @@ TEST(WindUp, DipolesLieNormalToTheLineOfSight)
     model.CalPhaseWindUpD1(sun, sat, k, dSat);
     EXPECT_NEAR(Dot(dRec, k), 0.0, 1e-14);
     EXPECT_NEAR(Dot(dSat, k), 0.0, 1e-14);
-}
-
-// Satellite positions of an SP3 file (metres), by satellite and epoch.
-struct OrbitTable {
-    std::vector<double> hours;                            // epochs, hours of the day
-    std::map<std::string, std::vector<tagCRDCARTESIAN>> positions;
-};
-
-OrbitTable ReadSp3Positions(const std::string& path)
-{
-    OrbitTable table;
-    FILE* file = std::fopen(path.c_str(), "r");
-    if (!file)
-        return table;
-    char line[128];
-    while (std::fgets(line, sizeof line, file)) {
-        int year, month, day, hour, minute;
-        double second, x, y, z;
-        char sat[4] = {0};
-        if (line[0] == '*' && std::sscanf(line + 1, "%d %d %d %d %d %lf", &year, &month, &day, &hour, &minute,
-                                          &second) == 6) {
-            table.hours.push_back(hour + minute / 60.0 + second / 3600.0);
-        } else if (line[0] == 'P' && std::sscanf(line + 1, "%3c %lf %lf %lf", sat, &x, &y, &z) == 4) {
-            table.positions[sat].push_back({x * 1000.0, y * 1000.0, z * 1000.0});
-        }
-    }
-    std::fclose(file);
-    return table;
-}
-
-// Lagrange interpolation through the 10 records around hour.
-tagCRDCARTESIAN Interpolate(const std::vector<double>& hours, const std::vector<tagCRDCARTESIAN>& records,
-                            double hour)
-{
-    const int points = 10;
-    size_t first = 0;
-    while (first + points < hours.size() && hours[first + points / 2] < hour)
-        ++first;
-    tagCRDCARTESIAN result = {0.0, 0.0, 0.0};
-    for (int i = 0; i < points; ++i) {
-        double weight = 1.0;
-        for (int j = 0; j < points; ++j)
-            if (j != i)
-                weight *= (hour - hours[first + j]) / (hours[first + i] - hours[first + j]);
-        result.x += weight * records[first + i].x;
-        result.y += weight * records[first + i].y;
-        result.z += weight * records[first + i].z;
-    }
-    return result;
-}
-
-double Elevation(const tagCRDCARTESIAN& sat)
-{
-    CGNSSCoordConvert coord;
-    tagCRDCARTESIAN p = sat, ref = kEsbjerg;
-    tagCRDTOPOCENTRIC neu;
-    tagCRDTOPOCENTRICPOLAR polar;
-    coord.CartesianToTopocentric(&p, &neu, &ref, _WGS84_ELLIPSE_A, _WGS84_ELLIPSE_FLAT);
-    coord.TopocentricToTopocentricPolar(&neu, &polar);
-    return polar.elevation;
-}
-
-TEST(WindUp, SmoothOverRealPassesSeenFromEsbjerg)
-{
-    // GPS and Galileo orbits of 2020-06-25, 00:00-06:00 every 15 min; the
-    // passes include two satellites culminating above 84 degrees.
-    const OrbitTable orbits = ReadSp3Positions(std::string(PPP_SOURCE_DIR) + "/tests/data/grg_orbits_20200625_excerpt.sp3");
-    ASSERT_EQ(orbits.hours.size(), 25u);
-    ASSERT_EQ(orbits.positions.size(), 5u);
-
-    CGNSSErrorCorrection model;
-    for (const auto& [name, records] : orbits.positions) {
-        ASSERT_EQ(records.size(), orbits.hours.size()) << name;
-        double previous = 0.0, lowest = 1.0, highest = -1.0, largestStep = 0.0;
-        bool havePrevious = false;
-        int visible = 0;
-        for (int epoch = 0; epoch <= 4 * 120; ++epoch) {   // 01:00-05:00 every 30 s
-            const double hour = 1.0 + epoch / 120.0;
-            const tagCRDCARTESIAN sat = Interpolate(orbits.hours, records, hour);
-            if (Elevation(sat) < 0.0) {
-                havePrevious = false;
-                continue;
-            }
-            ++visible;
-            const tagCOMMONTIME2 t = {2020, 6, 25, hour};
-            double wu = 99.0;
-            ASSERT_EQ(model.GetPhaseWindUp(wu, t, kEsbjerg, sat), 1);
-            ASSERT_LE(std::fabs(wu), 0.5) << name << " " << hour;
-            if (havePrevious) {
-                double step = wu - previous;
-                step -= std::round(step);   // remove whole-cycle jumps at +-0.5
-                largestStep = std::max(largestStep, std::fabs(step));
-            }
-            previous = wu;
-            havePrevious = true;
-            lowest = std::min(lowest, wu);
-            highest = std::max(highest, wu);
-        }
-        ASSERT_GT(visible, 100) << name;
-        EXPECT_LT(largestStep, 0.02) << name;
-        EXPECT_GT(highest - lowest, 0.01) << name << ": the wind-up should change over a pass";
-    }
 }
 
 // -------------------------------------------------------- orbital frames
