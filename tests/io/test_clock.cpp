@@ -194,33 +194,3 @@ TEST(ClockReader, MalformedLinesNameFileAndLine)
          {"clk_record", [&](Lines& l) { l[r] = "XX garbage"; }, r + 1, "clock data record"}},
         [](const std::string& path) { pppio::readClock(path); });
 }
-
-TEST(ClockReader, TruncatedFilesKeepWhatWasRead)
-{
-    std::vector<std::string> lines = readLines(dataPath(kClock));
-    const size_t first = findLine(lines, "AS ");
-    lines.resize(first + 10);
-    lines.back().resize(30);   // the 10th record (R01, third epoch) ends inside its epoch
-    const std::string path = scratchPath("clk_cut");
-    writeLines(path, lines, true);
-    pppio::PreciseClock clocks;
-    clocks.load(path);
-    EXPECT_EQ(clocks.sampleCount(33), 2u);
-    EXPECT_EQ(clocks.sampleCount(60), 3u);
-    ASSERT_EQ(clocks.warnings().size(), 1u);
-    EXPECT_NE(clocks.warnings()[0].find(":" + std::to_string(first + 10) + ": incomplete last record"),
-              std::string::npos);
-
-    lines.resize(first - 1);   // cut in the header
-    writeLines(path, lines);
-    const pppio::ClockFile file = pppio::readClock(path);
-    ASSERT_EQ(file.warnings.size(), 1u);
-    EXPECT_NE(file.warnings[0].find("no END OF HEADER"), std::string::npos);
-}
-
-TEST(ClockReader, GarbageIsAnErrorNotACrash)
-{
-    const std::string header = "     3.00           C                                       RINEX VERSION / TYPE\n"
-                               "                                                            END OF HEADER\n";
-    expectGarbageRejected({"     3.00           C", header, ""}, [](const std::string& path) { pppio::readClock(path); });
-}

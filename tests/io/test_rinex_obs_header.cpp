@@ -33,15 +33,6 @@ void ExpectSampleHeader(const pppio::RinexObsHeader& h)
     EXPECT_EQ(h.obsIndex('G', "C1P"), -1);
     EXPECT_EQ(h.obsIndex('X', "C1C"), -1);
 
-    // GLONASS SLOT / FRQ #: 23 slots over three lines, R22 not listed.
-    int k = 99;
-    ASSERT_TRUE(h.glonassChannel(2, k));
-    EXPECT_EQ(k, -4);
-    ASSERT_TRUE(h.glonassChannel(24, k));
-    EXPECT_EQ(k, 2);
-    EXPECT_FALSE(h.glonassChannel(22, k));
-    EXPECT_FALSE(h.glonassChannel(250, k));
-
     ASSERT_EQ(h.phaseShifts.size(), 22u);
     EXPECT_EQ(h.phaseShifts[4].code, "L5Q");
 }

@@ -3,8 +3,6 @@
 #include <string>
 
 #include "TestFiles.h"
-#include "io/AmbiguityExport.h"
-#include "io/BiasSinexReader.h"
 #include "io/SatelliteId.h"
 #include "io/UpdFile.h"
 
@@ -123,14 +121,4 @@ TEST(UpdFile, MalformedLinesNameFileAndLine)
         writeText(path, text);
         expectReadError([&] { pppio::UpdProduct::read(path); }, path, c.line, c.message);
     }
-}
-
-TEST(OwnTextFormats, GarbageAfterTheHeaderIsRejected)
-{
-    expectGarbageRejected({"% ppplib UPD 1.0\n% NL_INTERVAL 900\n"},
-                          [](const std::string& path) { pppio::UpdProduct::read(path); });
-    expectGarbageRejected({"% ppplib float ambiguities 1.0\n"},
-                          [](const std::string& path) { pppio::readAmbiguityExport(path); });
-    expectGarbageRejected({"%=BIA 1.00 PPL\n+BIAS/SOLUTION\n"},
-                          [](const std::string& path) { pppio::BiasSinex::read(path); });
 }

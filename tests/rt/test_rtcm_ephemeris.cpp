@@ -166,6 +166,7 @@ TEST(RtcmEphemeris, WeeksAndRoundTripsOfEveryType)
 TEST(RtcmEphemeris, MalformedMessagesAreRefused)
 {
     const std::vector<std::vector<uint8_t>> frames = rtcmtest::readPayloads("GMSD7_20121014_ephemerides.rtcm3");
+    ASSERT_GE(frames.size(), 2u);
     const std::vector<uint8_t>& glonass = frames[1];
     DecodedEphemeris eph;
     EXPECT_EQ(decodeEphemeris(glonass.data(), glonass.size() - 2, {1710, 0.0}, eph), EphemerisStatus::kTruncated);

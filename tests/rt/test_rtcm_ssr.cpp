@@ -192,6 +192,7 @@ TEST(RtcmSsr, UraAndRefusedMessages)
         EXPECT_NEAR(uraMetres(index), metres, 1e-12) << index;
 
     const std::vector<std::vector<uint8_t>> frames = rtcmtest::readPayloads("SSR_20260206_corrections.rtcm3");
+    ASSERT_FALSE(frames.empty());
     const std::vector<uint8_t>& glonass = frames[0];   // 1063
     const tagGPSTIME2 now{2404, 504040.0};
     EXPECT_EQ(decodeSsr(glonass.data(), glonass.size() - 1, now, g_message), SsrStatus::kTruncated);

@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <string>
 #include <vector>
 
 #include "io/ReadError.h"
+#include "io/TestFiles.h"
 #include "rt/Base64.h"
 #include "rt/ChunkedDecoder.h"
 #include "rt/FileSource.h"
@@ -43,16 +43,8 @@ TEST(FileSource, PlainAndGzipGiveTheSameBytes)
 
     EXPECT_THROW(openSource("/nonexistent/stream.rtcm3", options), pppio::ReadError);
     // A gzip file cut in the middle: the bytes before the cut, then an error naming the file.
-    const std::string cut = std::string(PPP_BINARY_DIR) + "/cut_excerpt.rtcm3.gz";
-    std::FILE* in = std::fopen((kExcerpt + ".gz").c_str(), "rb");
-    ASSERT_NE(in, nullptr);
-    std::vector<uint8_t> gz(4000);
-    gz.resize(std::fread(gz.data(), 1, gz.size(), in));
-    std::fclose(in);
-    std::FILE* out = std::fopen(cut.c_str(), "wb");
-    ASSERT_NE(out, nullptr);
-    std::fwrite(gz.data(), 1, gz.size(), out);
-    std::fclose(out);
+    const std::string cut = testfiles::scratchPath("cut_excerpt.rtcm3.gz");
+    testfiles::writeText(cut, testfiles::readText(kExcerpt + ".gz").substr(0, 4000));
     FileSource truncated(cut);
     uint8_t buffer[65536];
     ReadResult r;
