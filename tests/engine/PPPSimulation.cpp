@@ -175,7 +175,6 @@ void Simulator::Observe(double sow, tagGPSOBSONEEPO* epo, tagGMSP3REC* orb)
     const double siteFixed[3] = {site.x, site.y, site.z};
     double siteInertial[3];
     ToEarthFixed(siteFixed, -rotation, siteInertial);
-    m_visible = 0;
     for (const Satellite& s : m_sats) {
         // Light time in the inertial frame of the reception time.
         double tau = 0.07, satInertial[3];
@@ -236,7 +235,6 @@ void Simulator::Observe(double sow, tagGPSOBSONEEPO* epo, tagGMSP3REC* orb)
         ++epo->epoHead.nSysSat[system];
         ++epo->epoHead.nUsedSys[system];
         ++epo->epoHead.nUsedSat;
-        ++m_visible;
     }
 }
 

@@ -59,8 +59,6 @@ public:
     static double ReceiverClock(char sys, double sow);
 
     const SimSetup& setup() const { return m_setup; }
-    // Satellites of the last observed epoch.
-    int visibleCount() const { return m_visible; }
 
 private:
     struct Satellite {
@@ -80,7 +78,6 @@ private:
     SimSetup m_setup;
     std::vector<Satellite> m_sats;
     uint64_t m_state;
-    int m_visible = 0;
 };
 
 }  // namespace pppsim

@@ -141,29 +141,6 @@ TEST(NormalEquationBuilders, SingleWeightRowGivesCodeOneTenThousandthOfPhase)
     EXPECT_LT(MaxAbsDiff(NA, ~p.A1 * W * p.A1), 1e-12);
 }
 
-TEST(NormalEquationBuilders, FlagOtherThanMinusOneRefusesAndWritesNothing)
-{
-    const Problem p = MakeProblem(5, 51);
-    const Matrix sentinel(1, 1);
-    for (int flag : {0, 1, -2}) {
-        Matrix out[7];
-        for (Matrix& o : out) {
-            o = sentinel;
-            o(0, 0) = 42.0;
-        }
-        EXPECT_EQ(GetXTPY(out[0], out[1], p.A1, flag, p.P, p.L), 0);
-        EXPECT_EQ(GetXTPY(out[0], out[1], out[2], out[3], out[4], p.A1, p.A2, flag, p.P, p.L), 0);
-        EXPECT_EQ(GetXTPY_SingleWeight(out[0], out[1], out[2], out[3], out[4], p.A1, p.A2, flag, p.P[0], p.L), 0);
-        EXPECT_EQ(GetXTPY_Blocked(out[0], out[1], out[2], out[3], out[4], out[5], out[6], p.A1, p.A2, flag, p.P, p.L),
-                  0);
-        for (const Matrix& o : out) {
-            ASSERT_EQ(o.RowNo(), 1u);
-            ASSERT_EQ(o.ColNo(), 1u);
-            EXPECT_EQ(o(0, 0), 42.0);
-        }
-    }
-}
-
 // ------------------------------------------------------------ satellite lists
 
 // One-row matrices stacked into one.

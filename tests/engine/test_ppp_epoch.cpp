@@ -307,19 +307,4 @@ TEST(PPPFloatSimulation, UnknownStaticSiteKeepsTheFirstSinglePointPosition)
     EXPECT_LT(run.PositionError(), 0.02);
 }
 
-// A host whose site coordinates are not numbers gets no float solution, and
-// nothing of them reaches the filter.
-TEST(PPPFloatSimulation, SiteCoordinatesThatAreNotNumbersGiveNoSolution)
-{
-    Simulator sim(SimSetup{});
-    RunOptions options = StaticRun();
-    options.apriori.x = std::nan("");
-    FacadeRun run(sim, options);
-    for (int k = 0; k < 3; ++k) {
-        EXPECT_EQ(run.Step(Sow(k)), 0) << "epoch " << k;
-        EXPECT_EQ(run.result().bValid, 0);
-    }
-    EXPECT_EQ(run.state().epochCount, 0);
-}
-
 }  // namespace

@@ -234,39 +234,4 @@ TEST(EpochPairing, EmptyEpochKeepsThePairAndGapsSpanWeeks)
     delete pair;
 }
 
-TEST(SmoothedValues, CopiedBackForContinuingArcsOnly)
-{
-    Engine engine({'G'});
-    auto pair = std::make_unique<tagGPSOBSSMOOTH>();
-    auto epo = std::make_unique<tagGPSOBSONEEPO>();
-    epo->nSatNum = pair->cur.nSatNum = 3;
-    const int states[3] = {3, 2, 0};
-    for (int i = 0; i < 3; ++i) {
-        tagOBSONESAT& s = pair->cur.sat[i];
-        s.nSmoothState = states[i];
-        s.nSmoothCount = 10 + i;
-        s.dP1 = 1.0;
-        s.dP2 = 2.0;
-        s.dPIF = 3.0;
-        s.dMW = 4.0;
-        s.dMWVar = 5.0;
-        s.dMWMeanCyc = 6.0;
-        s.dPGF = 7.0;
-        epo->sat[i].dLIF = 0.5;
-    }
-    EXPECT_EQ(engine.spp->UpdateGPSObsWithSmooth(epo.get(), pair.get()), 0);   // stops at the third
-    const tagOBSONESAT& a = epo->sat[0];
-    EXPECT_EQ(a.nSmoothCount, 10);
-    EXPECT_EQ(a.dP1 + a.dP2 + a.dPIF + a.dMW + a.dMWVar + a.dMWMeanCyc + a.dPGF, 28.0);
-    EXPECT_EQ(a.dPIFminusLIF, 2.5);
-    EXPECT_EQ(epo->sat[1].nSmoothCount, 11);
-    EXPECT_EQ(epo->sat[1].dPIF, 0.0);   // a slipped satellite keeps its own values
-    EXPECT_EQ(epo->sat[2].nSmoothCount, 0);
-
-    pair->cur.sat[2].nSmoothState = 1;
-    EXPECT_EQ(engine.spp->UpdateGPSObsWithSmooth(epo.get(), pair.get()), 1);
-    epo->nSatNum = 2;
-    EXPECT_EQ(engine.spp->UpdateGPSObsWithSmooth(epo.get(), pair.get()), 0);
-}
-
 }  // namespace

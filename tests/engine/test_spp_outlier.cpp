@@ -3,7 +3,6 @@
 #include <cstring>
 
 #include "support/EngineFixtures.h"
-#include "engine/EpochLookup.h"
 
 using namespace enginetest;
 
@@ -116,24 +115,6 @@ TEST(SatelliteCounts, ComparedUnsignedAgainstSystemsPlusThree)
             EXPECT_EQ(engine.spp->NoOverUsedSats(epo.get()), n < 7) << n;
         }
     }
-}
-
-TEST(EpochLookup, BySystemAndNumberOrByPackedIndex)
-{
-    auto epo = std::make_unique<tagGPSOBSONEEPO>();
-    epo->nSatNum = 2;
-    epo->sat[0] = tagOBSONESAT{};
-    epo->sat[0].cSys = 'E', epo->sat[0].prn = 5, epo->sat[0].iprn = 64;
-    epo->sat[1] = epo->sat[0];
-    epo->sat[1].cSys = 'G', epo->sat[1].iprn = 5;
-    EXPECT_EQ(GetSatIndexInEpo(epo.get(), tagGNSSPRN{'G', 5, 0}), 1);
-    EXPECT_EQ(GetSatIndexInEpo(epo.get(), tagGNSSPRN{'R', 5, 0}), -1);
-    EXPECT_EQ(GetSatIndexInEpo(epo.get(), 64), 0);
-    EXPECT_EQ(GetSatIndexInEpo(nullptr, 64), -1);
-    epo->nSatNum = -2;
-    EXPECT_EQ(GetSatIndexInEpo(epo.get(), 64), -1);
-    epo->nSatNum = 100000;   // read no further than the 124 entries
-    EXPECT_EQ(GetSatIndexInEpo(epo.get(), 124), -1);
 }
 
 }  // namespace

@@ -192,21 +192,6 @@ TEST(FacadeConstruction, NormalisesTheFirstFiveWeightsInPlace)
     EXPECT_DOUBLE_EQ(host.conf.weight.dWeightFactor[1], 0.5);
 }
 
-TEST(FacadeConstruction, OpensNoFileBeforeTheFirstEpochAndHandsTheSettingsOn)
-{
-    TempDir dir;
-    Host host;
-    host.conf.interval = 5.0;
-    host.conf.elev_mask = 10.0;
-    std::strcpy(host.conf.res_dir, dir.path().c_str());
-    std::strcpy(host.conf.ztd_dir, dir.path().c_str());
-    host.Start({'G', 'E'});
-    EXPECT_TRUE(ListDir(dir.path()).empty());
-    EXPECT_EQ(host.process().last_day, -1);
-    EXPECT_EQ(host.engine().m_set.dInterval, 5.0);
-    EXPECT_EQ(host.engine().m_elevCutoff, 10.0);
-}
-
 TEST(FacadeConstruction, EpochValueOverridesTheConfigurationOnlyForSp3Products)
 {
     for (int source : {1, 3}) {

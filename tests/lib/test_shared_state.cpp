@@ -90,15 +90,4 @@ TEST(SharedState, OnlyPppRtkFacadesDrivenInTurnDisturbEachOther)
     }
 }
 
-TEST(SharedState, PppRtkResultsDependOnTheHostsUseOfRand)
-{
-    const Outcome seeded = Alone(7, "AAAA");
-    EXPECT_EQ(Alone(7, "AAAA").numbers, seeded.numbers) << "the same seed repeats the run";
-    std::srand(2);
-    Site site(7, "AAAA");
-    for (int k = 0; k < kEpochs; ++k)
-        site.Epoch(k);
-    EXPECT_NE(site.Finish().numbers, seeded.numbers);
-}
-
 }  // namespace

@@ -35,27 +35,6 @@ TEST(MatrixHelpers, ExchangeRowsAndColumns)
     EXPECT_EQ(ExchangeRow(&m, -1, 0), 0);
 }
 
-TEST(MatrixHelpers, DeleteRowAndColumn)
-{
-    Matrix m = Numbered();
-    const Matrix copy = m;
-    EXPECT_EQ(DeleteRow(&m, 1), 1);
-    EXPECT_EQ(m.ToArray(), (Rows{{0, 1, 2, 3}, {20, 21, 22, 23}}));
-    EXPECT_EQ(DeleteCol(&m, 0), 1);
-    EXPECT_EQ(DeleteCol(&m, 2), 1);
-    EXPECT_EQ(m.ToArray(), (Rows{{1, 2}, {21, 22}}));
-    EXPECT_EQ(copy.ToArray(), Numbered().ToArray());
-
-    EXPECT_EQ(DeleteRow(&m, 2), 0);
-    EXPECT_EQ(DeleteCol(&m, 2), 0);
-    EXPECT_EQ(m.ToArray(), (Rows{{1, 2}, {21, 22}}));
-
-    Matrix column(2, 1);
-    EXPECT_EQ(DeleteCol(&column, 0), 1);
-    EXPECT_EQ(column.RowNo(), 2u);
-    EXPECT_EQ(column.ColNo(), 0u);
-}
-
 TEST(MatrixHelpers, GetSubMatrix)
 {
     const Matrix src = Numbered();
@@ -88,31 +67,4 @@ TEST(MatrixHelpers, AddSubMatrix)
     Matrix twice = Numbered();
     EXPECT_EQ(AddSubMatrix(&twice, &twice, 0, 0), 1);
     EXPECT_EQ(twice.ToArray()[2], (std::vector<double>{40, 42, 44, 46}));
-}
-
-TEST(MatrixHelpers, GetPartColumns)
-{
-    Matrix even = Numbered();
-    EXPECT_EQ(GetPartClo(&even, 0), 1);
-    EXPECT_EQ(even.ToArray(), (Rows{{0, 2}, {10, 12}, {20, 22}}));
-    Matrix odd = Numbered();
-    EXPECT_EQ(GetPartClo(&odd, 1), 1);
-    EXPECT_EQ(odd.ToArray(), (Rows{{1, 3}, {11, 13}, {21, 23}}));
-
-    Matrix other = Numbered();
-    EXPECT_EQ(GetPartClo(&other, 2), 0);
-    Matrix three(2, 3);
-    EXPECT_EQ(GetPartClo(&three, 0), 0);
-    EXPECT_EQ(three.ColNo(), 3u);
-}
-
-TEST(MatrixHelpers, RowToDiagonalMatrix)
-{
-    Matrix row(1, 3);
-    row(0, 0) = 1;
-    row(0, 1) = 2;
-    row(0, 2) = 3;
-    EXPECT_EQ(Row2SquareMatrix(&row), 1);
-    EXPECT_EQ(row.ToArray(), (Rows{{1, 0, 0}, {0, 2, 0}, {0, 0, 3}}));
-    EXPECT_EQ(Row2SquareMatrix(&row), 0);
 }

@@ -37,18 +37,6 @@ TEST(MatrixStorage, BlocksAreAlignedForDoubles)
     }
 }
 
-TEST(MatrixStorage, MatricesLargerThanTheCacheAreZeroedAndIndependent)
-{
-    // 800 x 800 doubles: 5 MB, beyond the largest cached class.
-    math::matrix<double> big(800, 800);
-    EXPECT_EQ(big(799, 799), 0.0);
-    big(799, 799) = 2.0;
-    math::matrix<double> copy = big;
-    copy(0, 0) = 1.0;
-    EXPECT_EQ(big(0, 0), 0.0);
-    EXPECT_EQ(copy(799, 799), 2.0);
-}
-
 TEST(MatrixStorage, RecycledStorageStartsAtZero)
 {
     {

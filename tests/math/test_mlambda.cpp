@@ -141,18 +141,6 @@ TEST(Reduction, DecorrelatesAStronglyCorrelatedPair)
     EXPECT_DOUBLE_EQ(z[1], Z[2] * a[0] + Z[3] * a[1]);
 }
 
-TEST(Reduction, ShortFormGivesTheSameTransformation)
-{
-    const int n = 6;
-    const Problem p = strongly_correlated(400u, n);
-    Block Z1(mat(n, n)), Z2(mat(n, n)), L(mat(n, n)), D(mat(n, 1)), z(mat(n, 1));
-    ASSERT_EQ(lambda_reduction(n, p.Q.data(), Z1.p), 0);
-    ASSERT_EQ(lambda_reduction(n, p.a.data(), p.Q.data(), L.p, D.p, Z2.p, z.p), 0);
-    EXPECT_EQ(std::vector<double>(Z1.p, Z1.p + n * n), std::vector<double>(Z2.p, Z2.p + n * n));
-    const double bad[1] = {0.0};
-    EXPECT_EQ(lambda_reduction(1, bad, Z1.p), -1);
-}
-
 // ----------------------------------------------------------------- search
 
 TEST(Search, OneDimensionalCandidatesComeInDistanceOrder)

@@ -116,22 +116,6 @@ TEST(Matrix, OperationsOnACopyLeaveTheOriginal)
     }
 }
 
-TEST(Matrix, PivotTakesTheFirstLargestNonZero)
-{
-    Matrix m = FromRows({{1, 0}, {-3, 0}, {3, 5}});
-    EXPECT_EQ(m.pivot(0), 1);  // |-3| and |3| tie: the first one wins
-    ExpectEqual(m, FromRows({{-3, 0}, {1, 0}, {3, 5}}));
-    EXPECT_EQ(m.pivot(1), 2);
-    EXPECT_EQ(m.at(1, 1), 5.0);
-
-    Matrix kept = FromRows({{4, 1}, {-2, 1}});
-    EXPECT_EQ(kept.pivot(0), 0);
-    ExpectEqual(kept, FromRows({{4, 1}, {-2, 1}}));
-
-    Matrix zero = FromRows({{1, 2, 3}, {0, 0, 4}, {0, 0, 5}});
-    EXPECT_EQ(zero.pivot(1), -1);
-}
-
 TEST(Matrix, InverseByHandAndInvReducesTheWorkingMatrix)
 {
     ExpectEqual(!FromRows({{4, 7}, {2, 6}}), FromRows({{0.6, -0.7}, {-0.2, 0.4}}), 1e-15);

@@ -71,25 +71,6 @@ TEST(GlobalMappingFunction, EachSiteGetsItsOwnValuesWhateverCameBefore)
     }
 }
 
-TEST(GlobalMappingFunction, MemberAndRoutineAgreeOnEqualDayCounts)
-{
-    CGNSSErrorCorrection models;
-    for (const tagCRDGEODETIC& site : {Site(48.2, 16.4, 200.0), Site(-77.8, 166.7, 20.0), Site(1.3, -103.8, 15.0)}) {
-        for (int doy : {1, 28, 200, 366}) {
-            for (double elevDeg : {5.0, 30.0, 85.0}) {
-                tagCRDGEODETIC pos = site;
-                double mjd = 44238.0 + doy;
-                double zd = _PI / 2.0 - elevDeg * _DEG2RAD;
-                double routineH = 0.0, routineW = 0.0, memberH = 0.0, memberW = 0.0;
-                gmf_(&mjd, &pos.lat, &pos.lon, &pos.height, &zd, &routineH, &routineW);
-                models.GetGMF(doy, _PI / 2.0 - zd, pos, &memberH, &memberW);
-                EXPECT_DOUBLE_EQ(memberH, routineH) << pos.lat << " " << doy << " " << elevDeg;
-                EXPECT_DOUBLE_EQ(memberW, routineW) << pos.lat << " " << doy << " " << elevDeg;
-            }
-        }
-    }
-}
-
 struct GptValues {
     double pres;
     double temp;
@@ -161,26 +142,6 @@ TEST(TropTables, SizesPublishedValuesAndZonalSineTerms)
     for (int n = 0; n <= kHarmonicDegree; ++n)
         for (const double* table : sineTables)
             EXPECT_EQ(table[n * (n + 1) / 2], 0.0) << "degree " << n;
-}
-
-TEST(PowerHelpers, IntegerAndFloatingPowers)
-{
-    auto ii = [](int b, int e) { return pow_ii(&b, &e); };
-    auto di = [](double b, int e) { return pow_di(&b, &e); };
-    auto dd = [](double b, double e) { return pow_dd(&b, &e); };
-    EXPECT_EQ(ii(2, 10), 1024);
-    EXPECT_EQ(ii(-3, 3), -27);
-    EXPECT_EQ(ii(0, 0), 1);
-    // Negative exponents: 0 except for the bases 1 and -1.
-    EXPECT_EQ(ii(2, -1), 0);
-    EXPECT_EQ(ii(0, -2), 0);
-    EXPECT_EQ(ii(1, -5), 1);
-    EXPECT_EQ(ii(-1, -3), -1);
-    EXPECT_EQ(ii(-1, -4), 1);
-    EXPECT_DOUBLE_EQ(di(-0.5, 5), -0.03125);
-    EXPECT_DOUBLE_EQ(di(2.0, -2), 0.25);
-    EXPECT_DOUBLE_EQ(di(9.3, 0), 1.0);
-    EXPECT_DOUBLE_EQ(dd(2.0, 0.5), std::sqrt(2.0));
 }
 
 }  // namespace
