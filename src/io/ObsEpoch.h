@@ -88,7 +88,7 @@ public:
         if (m_values.size() < (sat + 1) * rowSize)
             m_values.resize((sat + 1) * rowSize);
         m_satellites[sat] = ObsSatellite{system, static_cast<uint8_t>(prn)};
-        ObsValue* row = &m_values[sat * rowSize];
+        ObsValue* row = m_values.data() + sat * rowSize;   // no element when the stride is 0
         for (size_t k = 0; k < rowSize; ++k)
             row[k] = ObsValue{0.0, 0, 0};
         ++m_count;
@@ -97,7 +97,7 @@ public:
 
     // Row of a satellite added before, for readers that list the satellites
     // before their observations.
-    ObsValue* row(int sat) { return &m_values[index(sat, 0)]; }
+    ObsValue* row(int sat) { return m_values.data() + index(sat, 0); }
 
     // Removes satellite `sat` (a record found malformed), moving the later
     // ones up; allocates nothing.
