@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "FuzzInput.h"
-#include "io/GpsTime.h"
+#include "SpanQueries.h"
 #include "io/PreciseClock.h"
 #include "io/ReadError.h"
 
@@ -15,15 +15,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         pppio::PreciseClock clocks;
         clocks.setEdgeExtrapolation(1.0);
         clocks.add(file);
-        tagGPSTIME2 first, last;
-        if (!clocks.span(first, last))
-            return 0;
-        const tagGPSTIME2 times[] = {first, pppio::shiftedTime(first, 17.25), pppio::shiftedTime(last, 0.5)};
-        double clock;
-        for (int iprn = 1; iprn <= pppio::kMaxPackedIndex; ++iprn)
-            if (clocks.sampleCount(iprn) > 0)
-                for (const tagGPSTIME2& t : times)
-                    clocks.clock(iprn, t, clock);
+        fuzzing::querySpan(clocks, 17.25, 0.5, [&](int iprn, const tagGPSTIME2& t) {
+            double clock;
+            clocks.clock(iprn, t, clock);
+        });
     } catch (const pppio::ReadError&) {
     }
     return 0;

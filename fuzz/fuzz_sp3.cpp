@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "FuzzInput.h"
-#include "io/GpsTime.h"
+#include "SpanQueries.h"
 #include "io/PreciseOrbit.h"
 #include "io/ReadError.h"
 
@@ -16,19 +16,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         pppio::PreciseOrbit orbit;
         orbit.setExtrapolation(600.0);
         orbit.add(file);
-        tagGPSTIME2 first, last;
-        if (!orbit.span(first, last))
-            return 0;
-        const tagGPSTIME2 times[] = {first, pppio::shiftedTime(first, 437.5), pppio::shiftedTime(last, 300.0)};
-        double position[3], velocity[3], clock;
-        for (int iprn = 1; iprn <= pppio::kMaxPackedIndex; ++iprn) {
-            if (orbit.sampleCount(iprn) == 0)
-                continue;
-            for (const tagGPSTIME2& t : times) {
-                orbit.position(iprn, t, position, velocity);
-                orbit.clock(iprn, t, clock);
-            }
-        }
+        fuzzing::querySpan(orbit, 437.5, 300.0, [&](int iprn, const tagGPSTIME2& t) {
+            double position[3], velocity[3], clock;
+            orbit.position(iprn, t, position, velocity);
+            orbit.clock(iprn, t, clock);
+        });
     } catch (const pppio::ReadError&) {
     }
     return 0;
