@@ -79,18 +79,18 @@ fuzz:
 
 # Coverage-guided fuzzing of every input format and of the facade (fuzz/):
 # the libFuzzer harnesses, built with clang and the sanitizers, run
-# SECONDS each (fuzz-long) or 10 s each (fuzz-smoke, for CI), then a table
-# of executions, coverage, corpus and findings.
+# SECONDS each (fuzz-long) or 10 s each (fuzz-smoke, for CI), JOBS at a
+# time, then a table of executions, coverage, corpus and findings.
 FUZZ_TARGETS := $(patsubst fuzz/%.cpp,%,$(wildcard fuzz/fuzz_*.cpp))
 fuzz-build:
 	CC=clang CXX=clang++ cmake -S . -B $(BUILD_FUZZ) -DCMAKE_BUILD_TYPE=Release -DPPPLIB_FUZZ=ON -DPPPLIB_TESTS=OFF $(CMAKE_FLAGS)
 	cmake --build $(BUILD_FUZZ) -j $(JOBS) --target $(FUZZ_TARGETS)
 
 fuzz-long: fuzz-build
-	tools/fuzz_harnesses.py --build $(BUILD_FUZZ) --seconds $(or $(SECONDS),300)
+	tools/fuzz_harnesses.py --build $(BUILD_FUZZ) --seconds $(or $(SECONDS),300) --jobs $(JOBS)
 
 fuzz-smoke: fuzz-build
-	tools/fuzz_harnesses.py --build $(BUILD_FUZZ) --seconds 10 --work $(BUILD_FUZZ)/smoke-work
+	tools/fuzz_harnesses.py --build $(BUILD_FUZZ) --seconds 10 --jobs $(JOBS) --work $(BUILD_FUZZ)/smoke-work
 
 clean:
 	rm -rf $(BUILD) $(BUILD_ASAN) $(BUILD_ARM) $(BUILD_FUZZ)

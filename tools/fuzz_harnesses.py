@@ -10,9 +10,10 @@ than the time-out or exceeds the memory limit is written to
 <work>/findings/<name>/ and ends that harness's run; copy it to
 fuzz/regressions/<name>/ once fixed. Exit code 1 when anything was found.
 
-Usage: tools/fuzz_harnesses.py --build build-fuzz [--seconds 300] [--work DIR] [name ...]
+Usage: tools/fuzz_harnesses.py --build build-fuzz [--seconds 300] [--jobs 2] [--work DIR] [name ...]
 """
 import argparse
+import concurrent.futures
 import glob
 import os
 import re
@@ -54,6 +55,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.split('\n\n')[0])
     parser.add_argument('--build', required=True, help='build directory configured with -DPPPLIB_FUZZ=ON')
     parser.add_argument('--seconds', type=int, default=300, help='time per harness')
+    parser.add_argument('--jobs', type=int, default=1, help='harnesses run at the same time')
     parser.add_argument('--work', help='working corpora and findings (default <build>/fuzz-work)')
     parser.add_argument('names', nargs='*', help='harnesses to run (default: all)')
     args = parser.parse_args()
@@ -61,14 +63,14 @@ def main():
     available = sorted(os.path.basename(p)[len('fuzz_'):-len('.cpp')]
                        for p in glob.glob(os.path.join(ROOT, 'fuzz', 'fuzz_*.cpp')))
     names = args.names or available
-    rows = []
-    for name in names:
-        binary = os.path.join(args.build, 'fuzz', 'fuzz_' + name)
+    binaries = [os.path.join(args.build, 'fuzz', 'fuzz_' + name) for name in names]
+    for binary in binaries:
         if not os.access(binary, os.X_OK):
-            print('%s: %s not built' % (name, binary), file=sys.stderr)
+            print('%s not built' % binary, file=sys.stderr)
             return 2
-        print('fuzzing %s for %d s' % (name, args.seconds), flush=True)
-        rows.append(run(binary, name, args.seconds, work))
+    print('fuzzing %s for %d s each, %d at a time' % (' '.join(names), args.seconds, args.jobs), flush=True)
+    with concurrent.futures.ThreadPoolExecutor(max_workers=max(1, args.jobs)) as pool:
+        rows = list(pool.map(lambda job: run(job[0], job[1], args.seconds, work), zip(binaries, names)))
 
     print('\n| harness | executions | cov | ft | corpus | findings |')
     print('|---|---:|---:|---:|---:|---|')
