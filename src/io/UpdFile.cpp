@@ -34,8 +34,9 @@ private:
             return;
         f.expectCount(3, "% NL_INTERVAL seconds");
         m_product.nlInterval = f.real(2, "the narrow-lane interval in seconds");
-        if (m_product.nlInterval <= 0.0)
-            f.fail(2, "a positive narrow-lane interval");
+        // A narrow-lane value outliving the day of the wide-lane ones is no product.
+        if (m_product.nlInterval <= 0.0 || m_product.nlInterval > UpdProduct::kWideLaneValidity)
+            f.fail(2, "a positive narrow-lane interval of at most 86400 seconds");
         m_hasInterval = true;
     }
 
