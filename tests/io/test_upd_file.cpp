@@ -115,6 +115,8 @@ TEST(UpdFile, MalformedLinesNameFileAndLine)
         {"NL 2111 345600.0 G1 0.1 0.01 5\n", 4, "a satellite"},
         {"NL 2111 345600.0 G01 0.1x 0.01 5\n", 4, "the UPD in cycles"},
         {"NL 2111 345600.0 G01 0.1 -0.01 5\n", 4, "sigma of 0 or more"},
+        {"NL 2111 345600.0 G01 0.1 3E230 5\n", 4, "below 1e9 cycles"},
+        {"NL 2111 345600.0 G01 -1E9 0.01 5\n", 4, "below 1e9 cycles"},
         {"NL 2111 345600.0 G01 0.1 0.01 5.5\n", 4, "the count"},
     };
     for (const auto& c : cases) {
