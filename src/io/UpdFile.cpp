@@ -34,10 +34,13 @@ private:
         if (f.size() < 2 || f.text(1) != "NL_INTERVAL")
             return;
         f.expectCount(3, "% NL_INTERVAL seconds");
-        m_product.nlInterval = f.real(2, "the narrow-lane interval in seconds");
-        // A narrow-lane value outliving the day of the wide-lane ones is no product.
-        if (m_product.nlInterval <= 0.0 || m_product.nlInterval > UpdProduct::kWideLaneValidity)
+        // A narrow-lane value outliving the day of the wide-lane ones is no
+        // product. Checked before it is kept: a bad last line cut short ends
+        // the reading with a warning, and must leave nothing of itself behind.
+        const double interval = f.real(2, "the narrow-lane interval in seconds");
+        if (interval <= 0.0 || interval > UpdProduct::kWideLaneValidity)
             f.fail(2, "a positive narrow-lane interval of at most 86400 seconds");
+        m_product.nlInterval = interval;
         m_hasInterval = true;
     }
 
