@@ -32,12 +32,15 @@ def run(binary, name, seconds, work):
     os.makedirs(findings, exist_ok=True)
     seeds = [d for d in (os.path.join(ROOT, 'fuzz', sub, name) for sub in ('corpus', 'regressions'))
              if os.path.isdir(d)]
+    # The harnesses' scratch files go there too: a crashing run leaves them behind.
+    scratch = os.path.join(work, 'scratch', name)
+    os.makedirs(scratch, exist_ok=True)
     log_path = os.path.join(work, name + '.log')
     command = [binary, corpus] + seeds + [
         '-max_total_time=%d' % seconds, '-rss_limit_mb=2048', '-timeout=10', '-print_final_stats=1',
         '-artifact_prefix=' + findings + '/']
     with open(log_path, 'w') as log:
-        code = subprocess.call(command, stdout=log, stderr=subprocess.STDOUT)
+        code = subprocess.call(command, stdout=log, stderr=subprocess.STDOUT, env=dict(os.environ, TMPDIR=scratch))
     row = {'name': name, 'execs': 0, 'cov': 0, 'ft': 0, 'corpus': len(os.listdir(corpus)), 'code': code}
     with open(log_path, errors='replace') as log:
         for line in log:
