@@ -4,11 +4,12 @@ JOBS        ?= $(shell nproc 2>/dev/null || echo 2)
 BUILD       ?= build
 BUILD_ASAN  ?= build-asan
 BUILD_ARM   ?= build-arm
+BUILD_FUZZ  ?= build-fuzz
 ARM_SYSROOT ?= $(CURDIR)/.deps/armhf
 CMAKE_FLAGS ?=
 PREFIX      ?= /usr/local
 
-.PHONY: all configure test test-asan test-arm compare-platforms bench demo demo-ar demo-rt fuzz clean arm-deps install
+.PHONY: all configure test test-asan test-arm compare-platforms bench demo demo-ar demo-rt fuzz fuzz-build fuzz-long fuzz-smoke clean arm-deps install
 
 # The demos configure the same release build as `make` and `make test` but
 # build only their programs: a first demo takes a few minutes, not the time
@@ -76,5 +77,20 @@ fuzz:
 	cmake --build $(BUILD_ASAN) -j $(JOBS) --target ppprun
 	tools/fuzz_ppprun.py --ppprun $(BUILD_ASAN)/bin/ppprun --runs $(or $(RUNS),200)
 
+# Coverage-guided fuzzing of every input format and of the facade (fuzz/):
+# the libFuzzer harnesses, built with clang and the sanitizers, run
+# SECONDS each (fuzz-long) or 10 s each (fuzz-smoke, for CI), JOBS at a
+# time, then a table of executions, coverage, corpus and findings.
+FUZZ_TARGETS := $(patsubst fuzz/%.cpp,%,$(wildcard fuzz/fuzz_*.cpp))
+fuzz-build:
+	CC=clang CXX=clang++ cmake -S . -B $(BUILD_FUZZ) -DCMAKE_BUILD_TYPE=Release -DPPPLIB_FUZZ=ON -DPPPLIB_TESTS=OFF $(CMAKE_FLAGS)
+	cmake --build $(BUILD_FUZZ) -j $(JOBS) --target $(FUZZ_TARGETS)
+
+fuzz-long: fuzz-build
+	tools/fuzz_harnesses.py --build $(BUILD_FUZZ) --seconds $(or $(SECONDS),300) --jobs $(JOBS)
+
+fuzz-smoke: fuzz-build
+	tools/fuzz_harnesses.py --build $(BUILD_FUZZ) --seconds 10 --jobs $(JOBS) --work $(BUILD_FUZZ)/smoke-work
+
 clean:
-	rm -rf $(BUILD) $(BUILD_ASAN) $(BUILD_ARM)
+	rm -rf $(BUILD) $(BUILD_ASAN) $(BUILD_ARM) $(BUILD_FUZZ)

@@ -17,6 +17,14 @@ namespace {
 constexpr int kMaxOrbitLines = 7;
 constexpr int kMaxValues = 3 + 4 * kMaxOrbitLines;
 
+// A week number or health flag, written as a real: its integer part, or
+// `outside` when the real is no number within the range of int (a damaged
+// field must not reach the conversion, where it would be undefined).
+int WholeNumber(double value, int outside)
+{
+    return value > -2147483649.0 && value < 2147483648.0 ? static_cast<int>(value) : outside;
+}
+
 // Broadcast orbit lines that follow the first line of a record:
 // the fewest a complete record has and the most it may have.
 void OrbitLineCount(char system, int& fewest, int& most)
@@ -210,8 +218,8 @@ private:
         e.cuc = v[7], e.eccentricity = v[8], e.cus = v[9], e.sqrtA = v[10];
         e.toeSeconds = v[11], e.cic = v[12], e.omega0 = v[13], e.cis = v[14];
         e.i0 = v[15], e.crc = v[16], e.omega = v[17], e.omegaDot = v[18];
-        e.idot = v[19], e.l2CodesOrDataSources = v[20], e.week = static_cast<int>(v[21]), e.l2pFlag = v[22];
-        e.accuracy = v[23], e.health = static_cast<int>(v[24]), e.groupDelay[0] = v[25], e.groupDelay[1] = v[26];
+        e.idot = v[19], e.l2CodesOrDataSources = v[20], e.week = WholeNumber(v[21], -1), e.l2pFlag = v[22];
+        e.accuracy = v[23], e.health = WholeNumber(v[24], -1), e.groupDelay[0] = v[25], e.groupDelay[1] = v[26];
         e.transmissionTime = v[27];
         if (e.system == 'C') {
             e.iodc = v[28];   // AODC
@@ -254,7 +262,7 @@ private:
             e.velocity[k] = v[4 + 4 * k] * 1000.0;
             e.acceleration[k] = v[5 + 4 * k] * 1000.0;
         }
-        e.health = static_cast<int>(v[6]);
+        e.health = WholeNumber(v[6], -1);
         e.frequencyChannel = static_cast<int>(std::lround(v[10]));
         e.age = v[14];
         const double r = std::sqrt(e.position[0] * e.position[0] + e.position[1] * e.position[1] +

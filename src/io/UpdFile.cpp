@@ -1,5 +1,6 @@
 #include "io/UpdFile.h"
 
+#include <cmath>
 #include <cstdio>
 #include <stdexcept>
 
@@ -33,9 +34,13 @@ private:
         if (f.size() < 2 || f.text(1) != "NL_INTERVAL")
             return;
         f.expectCount(3, "% NL_INTERVAL seconds");
-        m_product.nlInterval = f.real(2, "the narrow-lane interval in seconds");
-        if (m_product.nlInterval <= 0.0)
-            f.fail(2, "a positive narrow-lane interval");
+        // A narrow-lane value outliving the day of the wide-lane ones is no
+        // product. Checked before it is kept: a bad last line cut short ends
+        // the reading with a warning, and must leave nothing of itself behind.
+        const double interval = f.real(2, "the narrow-lane interval in seconds");
+        if (interval <= 0.0 || interval > UpdProduct::kWideLaneValidity)
+            f.fail(2, "a positive narrow-lane interval of at most 86400 seconds");
+        m_product.nlInterval = interval;
         m_hasInterval = true;
     }
 
@@ -50,10 +55,15 @@ private:
         UpdValue v;
         v.start = f.time(1);
         v.iprn = f.satellite(3);
+        // No UPD or sigma comes near a billion cycles; larger numbers would
+        // not even be written back in a form that reads again.
+        constexpr double kMostCycles = 1e9;
         v.value = f.real(4, "the UPD in cycles");
+        if (std::fabs(v.value) >= kMostCycles)
+            f.fail(4, "a UPD below 1e9 cycles");
         v.sigma = f.real(5, "the sigma in cycles");
-        if (v.sigma < 0.0)
-            f.fail(5, "a sigma of 0 or more");
+        if (v.sigma < 0.0 || v.sigma >= kMostCycles)
+            f.fail(5, "a sigma of 0 or more and below 1e9 cycles");
         const long count = f.integer(6, "the count");
         if (count < 0 || count > 1000000000L)
             f.fail(6, "a count of 0 or more");

@@ -106,12 +106,15 @@ TEST(UpdFile, MalformedLinesNameFileAndLine)
         {"% ppplib UPD 1.0\nNL 2111 345600.0 G01 0.1 0.01 5\n", 2, "NL_INTERVAL"},
         {"# UPD\n", 1, "header line"},
         {"% ppplib UPD 1.0\n% NL_INTERVAL -5\n", 2, "positive narrow-lane interval"},
+        {"% ppplib UPD 1.0\n% NL_INTERVAL 9E15\n", 2, "at most 86400 seconds"},
         {"WL 2111 345600.0 G01 0.1 0.01\n", 4, "expected 7 fields"},
         {"XL 2111 345600.0 G01 0.1 0.01 5\n", 4, "WL or NL"},
         {"NL 2111 604800.0 G01 0.1 0.01 5\n", 4, "seconds of week"},
         {"NL 2111 345600.0 G1 0.1 0.01 5\n", 4, "a satellite"},
         {"NL 2111 345600.0 G01 0.1x 0.01 5\n", 4, "the UPD in cycles"},
         {"NL 2111 345600.0 G01 0.1 -0.01 5\n", 4, "sigma of 0 or more"},
+        {"NL 2111 345600.0 G01 0.1 3E230 5\n", 4, "below 1e9 cycles"},
+        {"NL 2111 345600.0 G01 -1E9 0.01 5\n", 4, "below 1e9 cycles"},
         {"NL 2111 345600.0 G01 0.1 0.01 5.5\n", 4, "the count"},
     };
     for (const auto& c : cases) {
