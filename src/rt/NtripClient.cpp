@@ -20,19 +20,20 @@ double UtcSecondsOfDay()
 }
 
 // Connects, sends the request and reads the reply header; false with a message.
-bool Exchange(TcpSocket& socket, const SourceSpec& spec, const SourceOptions& options, NtripReply& reply,
+bool Exchange(TcpSocket& socket, const SourceAddress& address, const SourceOptions& options, NtripReply& reply,
               std::vector<uint8_t>& body, std::string& error)
 {
-    const std::string request = ntripRequest(spec, options.userAgent);
-    return socket.connect(spec.host, spec.port, options.connectTimeoutMs, error) &&
+    const std::string request = ntripRequest(address, options.userAgent);
+    return socket.connect(address.host, address.port, options.connectTimeoutMs, error) &&
            socket.sendAll(request.data(), request.size(), options.connectTimeoutMs, error) &&
            readNtripReply(socket, options.connectTimeoutMs, reply, body, error);
 }
 
 }  // namespace
 
-NtripClient::NtripClient(const SourceSpec& spec, const SourceOptions& options)
-    : NetworkSource(spec.host, spec.port, options), m_spec(spec), m_request(ntripRequest(spec, options.userAgent)),
+NtripClient::NtripClient(const SourceAddress& address, const SourceOptions& options)
+    : NetworkSource(address.host, address.port, options), m_address(address),
+      m_request(ntripRequest(address, options.userAgent)),
       m_ggaNeed(options.sendGga ? GgaNeed::Yes : GgaNeed::Unknown)
 {
     if (!options.gga.empty())
@@ -41,8 +42,9 @@ NtripClient::NtripClient(const SourceSpec& spec, const SourceOptions& options)
 
 std::string NtripClient::describe() const
 {
-    return std::string(m_spec.version == NtripVersion::V1 ? "ntrip1://" : "ntrip://") +
-           (m_spec.user.empty() ? "" : m_spec.user + "@") + hostPort(m_spec.host, m_spec.port) + "/" + m_spec.mount;
+    return std::string(m_address.version == NtripVersion::V1 ? "ntrip1://" : "ntrip://") +
+           (m_address.user.empty() ? "" : m_address.user + "@") + hostPort(m_address.host, m_address.port) + "/" +
+           m_address.mount;
 }
 
 bool NtripClient::setGga(const std::string& sentence)
@@ -76,8 +78,8 @@ bool NtripClient::ggaWanted()
         // When the table cannot be read, send anyway: casters ignore unwanted GGA.
         m_ggaNeed = GgaNeed::Yes;
         try {
-            for (const SourceTableEntry& e : fetchSourceTable(m_spec, options()))
-                if (e.mount == m_spec.mount)
+            for (const SourceTableEntry& e : fetchSourceTable(m_address, options()))
+                if (e.mount == m_address.mount)
                     m_ggaNeed = e.nmea ? GgaNeed::Yes : GgaNeed::No;
         } catch (const SourceError&) {
         }
@@ -93,7 +95,7 @@ NetworkSource::Handshake NtripClient::handshake(TcpSocket& socket, std::vector<u
         !readNtripReply(socket, options().connectTimeoutMs, reply, leftover, error))
         return Handshake::Retry;
     if (reply.kind != NtripReply::Kind::Stream) {
-        error = describeReply(reply, m_spec.mount);
+        error = describeReply(reply, m_address.mount);
         // Server trouble (5xx) may pass; a refused login or a missing mount will not.
         return reply.kind == NtripReply::Kind::OtherError && reply.code >= 500 ? Handshake::Retry : Handshake::Final;
     }
@@ -125,16 +127,16 @@ int64_t NtripClient::service(TcpSocket& socket, int64_t nowMs)
     return nowMs + 1000LL * (options().ggaIntervalS > 0 ? options().ggaIntervalS : 10);
 }
 
-std::vector<SourceTableEntry> fetchSourceTable(const SourceSpec& spec, const SourceOptions& options)
+std::vector<SourceTableEntry> fetchSourceTable(const SourceAddress& address, const SourceOptions& options)
 {
-    SourceSpec tableSpec = spec;
-    tableSpec.mount.clear();
+    SourceAddress tableAddress = address;
+    tableAddress.mount.clear();
     TcpSocket socket;
     NtripReply reply;
     std::vector<uint8_t> body;
     std::string error;
-    const std::string where = "source table of " + hostPort(spec.host, spec.port);
-    if (!Exchange(socket, tableSpec, options, reply, body, error))
+    const std::string where = "source table of " + hostPort(address.host, address.port);
+    if (!Exchange(socket, tableAddress, options, reply, body, error))
         throw SourceError(where + ": " + error);
     if (reply.kind != NtripReply::Kind::SourceTable)
         throw SourceError(where + ": " + (reply.kind == NtripReply::Kind::Stream ? "the caster sent a stream"

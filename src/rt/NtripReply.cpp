@@ -85,16 +85,16 @@ std::string asciiLower(std::string text)
     return text;
 }
 
-std::string ntripRequest(const SourceSpec& spec, const std::string& userAgent)
+std::string ntripRequest(const SourceAddress& address, const std::string& userAgent)
 {
-    std::string request = "GET /" + spec.mount;
-    if (spec.version == NtripVersion::V2)
-        request += " HTTP/1.1\r\nHost: " + hostPort(spec.host, spec.port) + "\r\nNtrip-Version: Ntrip/2.0\r\n";
+    std::string request = "GET /" + address.mount;
+    if (address.version == NtripVersion::V2)
+        request += " HTTP/1.1\r\nHost: " + hostPort(address.host, address.port) + "\r\nNtrip-Version: Ntrip/2.0\r\n";
     else
         request += " HTTP/1.0\r\n";
     request += "User-Agent: " + userAgent + "\r\n";
-    if (!spec.user.empty())
-        request += "Authorization: Basic " + base64Encode(spec.user + ":" + spec.password) + "\r\n";
+    if (!address.user.empty())
+        request += "Authorization: Basic " + base64Encode(address.user + ":" + address.password) + "\r\n";
     return request + "Connection: close\r\n\r\n";
 }
 

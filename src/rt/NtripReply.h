@@ -3,7 +3,7 @@
 // "SOURCETABLE 200 OK") and NTRIP 2 (HTTP/1.1, possibly chunked).
 //
 //   ppprt::TcpSocket s; s.connect(host, port, 5000, error);
-//   s.sendAll(ppprt::ntripRequest(spec, "NTRIP ppplib/0.1"), ...);
+//   s.sendAll(ppprt::ntripRequest(address, "NTRIP ppplib/0.1"), ...);
 //   ppprt::NtripReply reply;
 //   if (!ppprt::readNtripReply(s, 5000, reply, leftover, error)) ...
 #ifndef PPPRT_NTRIPREPLY_H
@@ -26,9 +26,9 @@ struct NtripReply {
     long contentLength = -1;   // -1 when not given
 };
 
-// "GET /MOUNT ..." with the headers of the spec's NTRIP version; an empty
+// "GET /MOUNT ..." with the headers of the address's NTRIP version; an empty
 // mount asks for the source table.
-std::string ntripRequest(const SourceSpec& spec, const std::string& userAgent);
+std::string ntripRequest(const SourceAddress& address, const std::string& userAgent);
 
 // Reads the reply header within timeoutMs. Bytes after it go to `body`.
 // False (with a message) when the connection fails or the header is not

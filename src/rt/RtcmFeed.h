@@ -2,7 +2,7 @@
 // handing out frames. Reads wait at most the given time-out (files never
 // wait); the end of a file and a source that gave up are reported once.
 //
-//   ppprt::RtcmFeed feed(ppprt::openSource(spec, options));
+//   ppprt::RtcmFeed feed(ppprt::openSource(address, options));
 //   ppprt::RtcmFrame frame;
 //   while (feed.next(frame, 100) == ppprt::FeedStatus::kFrame)
 //       decoder.handle(frame);

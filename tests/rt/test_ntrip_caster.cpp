@@ -30,11 +30,11 @@ SourceOptions FastOptions()
     return o;
 }
 
-SourceSpec Spec(const NtripCaster& caster, const std::string& mount, NtripVersion version,
+SourceAddress Address(const NtripCaster& caster, const std::string& mount, NtripVersion version,
                 const std::string& user = "", const std::string& password = "")
 {
-    SourceSpec s;
-    s.kind = SourceSpec::Kind::Ntrip;
+    SourceAddress s;
+    s.kind = SourceAddress::Kind::Ntrip;
     s.host = "127.0.0.1";
     s.port = caster.port();
     s.mount = mount;
@@ -75,7 +75,7 @@ TEST(NtripCaster, DeliversTheFileOverNtrip1And2)
         // Timed from before the client exists: it may connect and receive
         // on its own while this thread waits for a core.
         const int64_t start = monotonicMs();
-        NtripClient client(Spec(caster, "GMSD7", c.version, c.user, "pw:1"), FastOptions());
+        NtripClient client(Address(caster, "GMSD7", c.version, c.user, "pw:1"), FastOptions());
         std::vector<uint8_t> got;
         const ReadResult r = Receive(client, got, file.size(), c.pieces);
         const int64_t elapsed = monotonicMs() - start;
@@ -96,7 +96,7 @@ TEST(NtripCaster, SourceTableAndRefusals)
     co.password = "secret";
     NtripCaster caster({{"GMSD7", kExcerpt, false}, {"VRS", kExcerpt, true}}, co);
     for (const NtripVersion v : {NtripVersion::V1, NtripVersion::V2}) {
-        const std::vector<SourceTableEntry> table = fetchSourceTable(Spec(caster, "", v), FastOptions());
+        const std::vector<SourceTableEntry> table = fetchSourceTable(Address(caster, "", v), FastOptions());
         ASSERT_EQ(table.size(), 2u);
         EXPECT_EQ(table[0].mount, "GMSD7");
         EXPECT_FALSE(table[0].nmea);
@@ -110,7 +110,7 @@ TEST(NtripCaster, SourceTableAndRefusals)
                                 {"NOPE", NtripVersion::V1, "secret", "'NOPE' not found"},   // answered with the table
                                 {"NOPE", NtripVersion::V2, "secret", "404"}};
     for (const Refusal& f : refusals) {
-        NtripClient client(Spec(caster, f.mount, f.version, *f.password ? "me" : "", f.password), FastOptions());
+        NtripClient client(Address(caster, f.mount, f.version, *f.password ? "me" : "", f.password), FastOptions());
         uint8_t buffer[256];
         const ReadResult r = client.read(buffer, sizeof(buffer), 2000);
         EXPECT_EQ(r.status, ReadStatus::Error) << f.mount;
@@ -129,7 +129,7 @@ TEST(NtripCaster, ReconnectsAfterDropsAndGivesUpWhenRefused)
     co.bytesPerSecond = 40000.0;   // slow enough for the caster to read the GGA before each drop
     {
         NtripCaster caster({{"VRS", kExcerpt, true}}, co);
-        NtripClient client(Spec(caster, "VRS", NtripVersion::V2), FastOptions());
+        NtripClient client(Address(caster, "VRS", NtripVersion::V2), FastOptions());
         client.setPosition(36.1, 140.1, 70.0);   // the mount asks for GGA
         std::vector<uint8_t> got;
         const ReadResult r = Receive(client, got, file.size(), 1500);
@@ -148,11 +148,11 @@ TEST(NtripCaster, ReconnectsAfterDropsAndGivesUpWhenRefused)
         NtripCaster gone({}, CasterOptions());
         closedPort = gone.port();
     }
-    SourceSpec spec;
-    spec.host = "127.0.0.1";
-    spec.port = closedPort;
-    spec.mount = "X";
-    NtripClient client(spec, FastOptions());
+    SourceAddress address;
+    address.host = "127.0.0.1";
+    address.port = closedPort;
+    address.mount = "X";
+    NtripClient client(address, FastOptions());
     uint8_t buffer[64];
     ReadResult r;
     const int64_t deadline = monotonicMs() + 3000;

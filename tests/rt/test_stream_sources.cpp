@@ -54,10 +54,10 @@ TEST(FileSource, PlainAndGzipGiveTheSameBytes)
     EXPECT_NE(r.message.find(cut), std::string::npos) << r.message;
 }
 
-TEST(SourceSpec, ParsesGoodAndRejectsBadSpecs)
+TEST(SourceAddress, ParsesGoodAndRejectsBadAddresses)
 {
-    using K = SourceSpec::Kind;
-    struct Good { const char* spec; K kind; const char* hostOrPath; int port; const char* mount; const char* user;
+    using K = SourceAddress::Kind;
+    struct Good { const char* address; K kind; const char* hostOrPath; int port; const char* mount; const char* user;
                   const char* password; NtripVersion version; };
     const Good good[] = {
         {"data/ROVR.rtcm3.gz", K::File, "data/ROVR.rtcm3.gz", 0, "", "", "", NtripVersion::V2},
@@ -69,20 +69,20 @@ TEST(SourceSpec, ParsesGoodAndRejectsBadSpecs)
         {"ntrip2://u:@host:2101/", K::Ntrip, "host", 2101, "", "u", "", NtripVersion::V2},
     };
     for (const Good& g : good) {
-        const SourceSpec s = parseSourceSpec(g.spec);
-        EXPECT_EQ(s.kind, g.kind) << g.spec;
-        EXPECT_EQ(g.kind == K::File ? s.path : s.host, g.hostOrPath) << g.spec;
-        EXPECT_EQ(s.port, g.port) << g.spec;
-        EXPECT_EQ(s.mount, g.mount) << g.spec;
-        EXPECT_EQ(s.user, g.user) << g.spec;
-        EXPECT_EQ(s.password, g.password) << g.spec;
-        EXPECT_EQ(s.version, g.version) << g.spec;
+        const SourceAddress s = parseSourceAddress(g.address);
+        EXPECT_EQ(s.kind, g.kind) << g.address;
+        EXPECT_EQ(g.kind == K::File ? s.path : s.host, g.hostOrPath) << g.address;
+        EXPECT_EQ(s.port, g.port) << g.address;
+        EXPECT_EQ(s.mount, g.mount) << g.address;
+        EXPECT_EQ(s.user, g.user) << g.address;
+        EXPECT_EQ(s.password, g.password) << g.address;
+        EXPECT_EQ(s.version, g.version) << g.address;
     }
     const char* bad[] = {"", "file://", "http://host/x", "tcp://host", "tcp://host:0", "tcp://host:70000",
                          "tcp://host:21x", "tcp://:2101", "tcp://::1:2101", "tcp://[::1]2101", "ntrip://host:2101",
                          "ntrip://host:2101/MO UNT", "ntrip://user@host:2101/M", "ntrip://:pw@host:2101/M"};
-    for (const char* spec : bad)
-        EXPECT_THROW(parseSourceSpec(spec), SourceError) << spec;
+    for (const char* address : bad)
+        EXPECT_THROW(parseSourceAddress(address), SourceError) << address;
     EXPECT_THROW(openSource("ntrip://host:2101/", SourceOptions()), SourceError);   // a stream needs a mount
 }
 
