@@ -335,11 +335,7 @@ void SiteRun::openOutputs(const tagGPSTIME2* start, const tagGPSTIME2* end)
         ParsePositionFormat(o.posFormat, format);
         m_positions.reset(new PositionFile(o.posFile, format, MakePositionHeader(o, start, end)));
     }
-    if (!o.plotFile.empty()) {
-        std::FILE* probe = std::fopen(o.plotFile.c_str(), "w");
-        if (!probe)
-            throw InputError("cannot write " + o.plotFile + ": " + std::strerror(errno));
-        std::fclose(probe);
+    if (!o.plotFile.empty()) {   // StartRun checked that it can be written
         const std::string title = m_result.site + ", " + ModeName(o.mode) + " " + DynamicsName(o.posMode) +
                                   " (" + o.systems + ")";
         m_plot.reset(new RunPlot(title, o.systems, o.hasRef ? o.ref : nullptr));
